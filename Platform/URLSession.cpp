@@ -1,0 +1,35 @@
+#include "Platform/URLSession.h"
+
+#include "Platform/Dispatch.h"
+#include "Platform/Transfer.h"
+
+#include <utility>
+
+namespace platform {
+
+URLSession URLSession::sessionWithConfiguration(URLSessionConfiguration configuration) {
+    return URLSession(configuration);
+}
+
+URLSessionDataTask
+URLSession::dataTaskWithRequest(URLRequest request,
+                                URLSessionDataTask::CompletionHandler completionHandler) const {
+    return {configuration_, std::move(request), std::move(completionHandler)};
+}
+
+URLSessionDataTask::URLSessionDataTask(URLSessionConfiguration configuration, URLRequest request,
+                                       CompletionHandler handler)
+    : configuration_(configuration), request_(std::move(request)), handler_(std::move(handler)) {}
+
+void URLSessionDataTask::resume() {
+    Transfer::prepareLibrary();
+    dispatchToBackground([configuration = configuration_, request = std::move(request_),
+                          handler = std::move(handler_)](const std::stop_token& ending) {
+        TransferResult result = Transfer(configuration, request).run(ending);
+        if (ending.stop_requested())
+            return;
+        handler(std::move(result.body), std::move(result.error));
+    });
+}
+
+} // namespace platform

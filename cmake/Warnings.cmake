@@ -1,0 +1,5 @@
+# Every target of the project links this: strict warnings, each an error.
+add_library(ProjectWarnings INTERFACE)
+target_compile_options(ProjectWarnings INTERFACE
+  -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wnon-virtual-dtor -Wold-style-cast
+  -Wcast-qual -Woverloaded-virtual -Wformat=2 -Werror)
