@@ -1,0 +1,26 @@
+#pragma once
+
+#include <unistd.h>
+
+#include <utility>
+
+/// Owns a file descriptor.
+class FileDescriptor {
+public:
+    FileDescriptor() = default;
+    explicit FileDescriptor(int number) : number_(number) {}
+    FileDescriptor(FileDescriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
+    FileDescriptor& operator=(FileDescriptor&& other) noexcept {
+        std::swap(number_, other.number_);
+        return *this;
+    }
+    ~FileDescriptor() {
+        if (number_ >= 0)
+            close(number_);
+    }
+
+    int number() const { return number_; }
+
+private:
+    int number_ = -1;
+};

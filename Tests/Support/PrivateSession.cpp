@@ -1,0 +1,109 @@
+#include "PrivateSession.h"
+
+#include <array>
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+
+namespace {
+
+/// Calls a method on the session bus; the answer as text, or absent when there is none.
+std::optional<std::string> callMethod(const std::string& destination, const std::string& path,
+                                      const std::string& method,
+                                      const std::vector<std::string>& arguments) {
+    Program program{
+        {"dbus-send", "--session", "--print-reply", "--dest=" + destination, path, method}};
+    program.arguments.insert(program.arguments.end(), arguments.begin(), arguments.end());
+    const ProgramResult result = runProgram(program);
+    return result.exitStatus == 0 ? std::optional(result.standardOutput) : std::nullopt;
+}
+
+bool hasOwner(const std::string& name) {
+    return callMethod("org.freedesktop.DBus", "/org/freedesktop/DBus",
+                      "org.freedesktop.DBus.NameHasOwner", {"string:" + name})
+        .value_or("")
+        .ends_with("boolean true\n");
+}
+
+bool isUnlocked(const std::string& collection) {
+    return callMethod("org.freedesktop.secrets", collection, "org.freedesktop.DBus.Properties.Get",
+                      {"string:org.freedesktop.Secret.Collection", "string:Locked"})
+        .value_or("")
+        .ends_with("boolean false\n");
+}
+
+} // namespace
+
+PrivateSession::PrivateSession(const Services& services) {
+    enterFolder();
+    startBus(services);
+}
+
+PrivateSession::PrivateSession(Keyring keyring, const Services& services)
+    : PrivateSession(services) {
+    startKeyring(keyring);
+}
+
+void PrivateSession::enterFolder() {
+    constexpr std::array<std::array<const char*, 2>, 6> folders{{{"HOME", "home"},
+                                                                 {"XDG_RUNTIME_DIR", "run"},
+                                                                 {"XDG_CONFIG_HOME", "config"},
+                                                                 {"XDG_DATA_HOME", "data"},
+                                                                 {"XDG_CACHE_HOME", "cache"},
+                                                                 {"XDG_STATE_HOME", "state"}}};
+    for (const auto& [variable, name] : folders) {
+        const auto path = folder() / name;
+        std::filesystem::create_directory(path);
+        std::filesystem::permissions(path, std::filesystem::perms::owner_all);
+        variables_.emplace_back(variable, path.string());
+    }
+    variables_.emplace_back("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + (folder() / "bus").string());
+}
+
+void PrivateSession::writeConfiguration(const Services& services) const {
+    std::filesystem::create_directory(folder() / "services");
+    for (const auto& [name, command] : services)
+        std::ofstream(folder() / "services" / (name + ".service"))
+            << "[D-BUS Service]\nName=" << name << "\nExec=" << command << '\n';
+    std::ofstream(folder() / "bus.conf")
+        << "<busconfig><type>session</type><listen>unix:path=" << (folder() / "bus").string()
+        << "</listen><auth>EXTERNAL</auth><servicedir>" << (folder() / "services").string()
+        << "</servicedir><policy context='default'><allow send_destination='*' eavesdrop='true'/>"
+           "<allow eavesdrop='true'/><allow own='*'/></policy></busconfig>\n";
+}
+
+void PrivateSession::startBus(const Services& services) {
+    writeConfiguration(services);
+    bus_.emplace(Program{{"dbus-daemon", "--nofork", "--print-address",
+                          "--config-file=" + (folder() / "bus.conf").string()}});
+    if (!waitUntil(
+            [this] { return bus_->standardOutput().ends_with('\n') || !bus_->isRunning(); }) ||
+        !bus_->isRunning())
+        throw std::runtime_error("No session bus: " + bus_->standardError());
+}
+
+void PrivateSession::startKeyring(Keyring keyring) {
+    keyring_.reset();
+    Program program{{"gnome-keyring-daemon", "--foreground", "--components=secrets"}};
+    if (keyring == Keyring::unlocked) {
+        program.arguments.emplace_back("--unlock");
+        program.standardInput = keyringPassword;
+    }
+    const auto isReady = [keyring] {
+        return keyring == Keyring::unlocked ? isUnlocked(defaultCollection)
+                                            : hasOwner("org.freedesktop.secrets");
+    };
+    // The name of a keyring that was killed may be its own for a moment longer.
+    waitUntil([] { return !hasOwner("org.freedesktop.secrets"); });
+    keyring_.emplace(program);
+    if (!waitUntil(isReady))
+        throw std::runtime_error("No keyring: " + keyring_->standardError());
+}
+
+void PrivateSession::lockKeyring() {
+    const auto answer = callMethod("org.freedesktop.secrets", "/org/freedesktop/secrets",
+                                   "org.freedesktop.Secret.Service.Lock",
+                                   {"array:objpath:" + std::string(defaultCollection)});
+    if (!answer || isUnlocked(defaultCollection))
+        throw std::runtime_error("The keyring was not locked");
+}
