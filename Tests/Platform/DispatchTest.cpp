@@ -1,0 +1,52 @@
+#include "Platform/Dispatch.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstdlib>
+#include <future>
+#include <memory>
+#include <thread>
+
+using platform::dispatchToBackground;
+
+TEST(Dispatch, RunsTheTaskOnAnotherThread) {
+    std::promise<std::thread::id> thread;
+    dispatchToBackground(
+        [&](const std::stop_token&) { thread.set_value(std::this_thread::get_id()); });
+    EXPECT_NE(thread.get_future().get(), std::this_thread::get_id());
+}
+
+TEST(Dispatch, RunsManyTasksAtOnce) {
+    constexpr int count = 32;
+    std::atomic<int> arrived = 0;
+    std::promise<void> all;
+    for (int i = 0; i < count; ++i) {
+        dispatchToBackground([&](const std::stop_token&) {
+            if (++arrived == count)
+                all.set_value();
+            while (arrived < count)
+                std::this_thread::yield();
+        });
+    }
+    all.get_future().get();
+    EXPECT_EQ(arrived, count);
+}
+
+TEST(DispatchDeathTest, EndsTheProcessOnlyAfterItsTasksHaveHeededTheRequestToStop) {
+    testing::GTEST_FLAG(death_test_style) = "threadsafe";
+    EXPECT_EXIT(
+        {
+            auto started = std::make_shared<std::promise<void>>();
+            dispatchToBackground([started](const std::stop_token& ending) {
+                started->set_value();
+                while (!ending.stop_requested())
+                    std::this_thread::yield();
+                std::fputs("task ended", stderr);
+            });
+            started->get_future().get();
+            std::exit(7);
+        },
+        testing::ExitedWithCode(7), "task ended");
+}
