@@ -1,11 +1,16 @@
 #include "Platform/URLSession.h"
 
 #include "Simulator.h"
+#include "Support/ChildProcess.h"
 #include "Support/SetVariable.h"
+#include "Support/TemporaryFolder.h"
+#include "Support/WaitUntil.h"
 #include "Support/WorldAuthority.h"
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <fstream>
 #include <future>
 #include <memory>
 #include <thread>
@@ -298,6 +303,23 @@ TEST_F(URLSessionTest, TrustsWhatTheVariablesNameAndNothingElse) {
 TEST_F(URLSessionTest, LoadsOnlyHTTPS) {
     EXPECT_EQ(load("http://" + simulator_.server() + "/").code(), UnsupportedProtocol);
     EXPECT_EQ(load("file:///etc/hostname").code(), UnsupportedProtocol);
+}
+
+TEST_F(URLSessionTest, SpeaksHTTP2WhereItIsOffered) {
+    const TemporaryFolder folder;
+    const auto now = std::chrono::system_clock::now();
+    const simulator::Identity identity = authority_.issue({{"localhost"}, now - 24h, now + 24h});
+    std::ofstream(folder.path() / "key.pem") << identity.key;
+    std::ofstream(folder.path() / "certificate.pem") << identity.certificate;
+    std::ofstream(folder.path() / "page") << "over HTTP/2";
+    constexpr const char* port = "8444";
+    const ChildProcess server({{"nghttpd", "--htdocs=" + folder.path().string(), port,
+                                folder.path() / "key.pem", folder.path() / "certificate.pem"}});
+
+    // The server speaks nothing else, so an answer is proof.
+    const std::string page = std::string("https://localhost:") + port + "/page";
+    EXPECT_TRUE(waitUntil([&] { return load(page).code() != CannotConnect; }));
+    EXPECT_EQ(load(page).text(), "over HTTP/2");
 }
 
 TEST_F(URLSessionTest, RunsManyRequestsAtOnce) {
