@@ -1,0 +1,77 @@
+#include "TerminationSignals.h"
+
+#include "Platform/Log.h"
+
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdint>
+#include <cstring>
+#include <utility>
+
+namespace platform {
+
+namespace {
+
+constexpr std::array terminationSignals = {SIGTERM, SIGINT, SIGHUP};
+
+/// Written to by the signal handler, which can reach nothing else.
+volatile std::sig_atomic_t signalDescriptor = -1;
+
+void noteSignal(int) {
+    const int error = errno;
+    const std::uint64_t one = 1;
+    [[maybe_unused]] const ssize_t written = write(signalDescriptor, &one, sizeof one);
+    errno = error;
+}
+
+void install(int number) {
+    struct sigaction action {};
+    sigaction(number, nullptr, &action);
+    if (action.sa_handler == SIG_IGN)
+        return;
+    action.sa_handler = noteSignal;
+    action.sa_flags = static_cast<int>(SA_RESTART | SA_RESETHAND);
+    sigaction(number, &action, nullptr);
+}
+
+void uninstall(int number) {
+    struct sigaction action {};
+    sigaction(number, nullptr, &action);
+    if (action.sa_handler == noteSignal)
+        std::signal(number, SIG_DFL);
+}
+
+} // namespace
+
+TerminationSignals::TerminationSignals(std::function<void()> handler) {
+    const int descriptor = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    if (descriptor < 0) {
+        NSLog("Signals will end the application at once: %@", {std::strerror(errno)});
+        return;
+    }
+    notifier_ = std::make_unique<QSocketNotifier>(descriptor, QSocketNotifier::Read);
+    QObject::connect(notifier_.get(), &QSocketNotifier::activated, notifier_.get(),
+                     [this, handler = std::move(handler)] {
+                         notifier_->setEnabled(false);
+                         handler();
+                     });
+    signalDescriptor = descriptor;
+    for (const int number : terminationSignals)
+        install(number);
+}
+
+TerminationSignals::~TerminationSignals() {
+    if (!notifier_)
+        return;
+    for (const int number : terminationSignals)
+        uninstall(number);
+    notifier_.reset();
+    close(signalDescriptor);
+    signalDescriptor = -1;
+}
+
+} // namespace platform
