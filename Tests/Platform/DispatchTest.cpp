@@ -20,18 +20,19 @@ TEST(Dispatch, RunsTheTaskOnAnotherThread) {
 
 TEST(Dispatch, RunsManyTasksAtOnce) {
     constexpr int count = 32;
-    std::atomic<int> arrived = 0;
-    std::promise<void> all;
+    // What the last of the tasks still looks at must outlive this test.
+    const auto arrived = std::make_shared<std::atomic<int>>(0);
+    const auto all = std::make_shared<std::promise<void>>();
     for (int i = 0; i < count; ++i) {
-        dispatchToBackground([&](const std::stop_token&) {
-            if (++arrived == count)
-                all.set_value();
-            while (arrived < count)
+        dispatchToBackground([arrived, all](const std::stop_token&) {
+            if (++*arrived == count)
+                all->set_value();
+            while (*arrived < count)
                 std::this_thread::yield();
         });
     }
-    all.get_future().get();
-    EXPECT_EQ(arrived, count);
+    all->get_future().get();
+    EXPECT_EQ(*arrived, count);
 }
 
 TEST(DispatchDeathTest, EndsTheProcessOnlyAfterItsTasksHaveHeededTheRequestToStop) {
