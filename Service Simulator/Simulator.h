@@ -17,8 +17,9 @@
 namespace simulator {
 
 /// A registration service over HTTPS (HTTP/1.1, TLS 1.2 and 1.3, no session resumption): every
-/// endpoint that the application uses, a sign-in page, and faults on demand. Each connection has a
-/// thread of its own. Every operation may be called on any thread.
+/// endpoint that the application uses, a sign-in page, and faults on demand. Serves up to
+/// 64 connections at once, each on a thread of its own. Every operation may be called on any
+/// thread.
 class Simulator {
 public:
     struct Options {

@@ -25,6 +25,11 @@ std::string errorOf(std::string_view json) {
     return "no error";
 }
 
+/// The error of an answer with this member.
+std::string errorOfMember(const std::string& member) {
+    return errorOf(R"([{"path": "/a", )" + member + "}]");
+}
+
 } // namespace
 
 TEST(Script, HoldsEveryMemberOfAnAnswer) {
@@ -91,26 +96,29 @@ TEST(Script, SaysWhereItIsWrong) {
 }
 
 TEST(Script, SaysWhichMemberOfAnAnswerIsWrong) {
-    const auto error = [](const std::string& member) {
-        return errorOf(R"([{"path": "/a", )" + member + "}]");
-    };
-    EXPECT_EQ(error(R"("path": "a")"),
+    EXPECT_EQ(errorOfMember(R"("path": "a")"),
               "answers[0].path: expected a path that begins with \"/\" and has no query");
-    EXPECT_EQ(error(R"("path": "/a?")"),
+    EXPECT_EQ(errorOfMember(R"("path": "/a?")"),
               "answers[0].path: expected a path that begins with \"/\" and has no query");
-    EXPECT_EQ(error(R"("once": 1)"), "answers[0].once: expected true or false");
-    EXPECT_EQ(error(R"("status": 100)"), "answers[0].status: expected an integer from 200 to 599");
-    EXPECT_EQ(error(R"("status": "200")"),
+    EXPECT_EQ(errorOfMember(R"("once": 1)"), "answers[0].once: expected true or false");
+    EXPECT_EQ(errorOfMember(R"("status": 100)"),
               "answers[0].status: expected an integer from 200 to 599");
-    EXPECT_EQ(error(R"("delay": -1)"), "answers[0].delay: expected an integer from 0 to 3600000");
-    EXPECT_EQ(error(R"("delay": 18446744073709551615)"),
+    EXPECT_EQ(errorOfMember(R"("status": "200")"),
+              "answers[0].status: expected an integer from 200 to 599");
+    EXPECT_EQ(errorOfMember(R"("delay": -1)"),
               "answers[0].delay: expected an integer from 0 to 3600000");
-    EXPECT_EQ(error(R"("headers": [])"),
+    EXPECT_EQ(errorOfMember(R"("delay": 18446744073709551615)"),
+              "answers[0].delay: expected an integer from 0 to 3600000");
+    EXPECT_THAT(errorOfMember(R"("wire": "Gone")"),
+                HasSubstr("answers[0].wire: expected one of Whole, "));
+    EXPECT_EQ(errorOfMember(R"("encoding": null)"), "answers[0].encoding: expected a string");
+    EXPECT_EQ(errorOfMember(R"("statsu": 200)"), "answers[0].statsu: there is no such member");
+}
+
+TEST(Script, SaysWhichHeaderIsWrong) {
+    EXPECT_EQ(errorOfMember(R"("headers": [])"),
               "answers[0].headers: expected an object of names and values");
-    EXPECT_EQ(error(R"("headers": {"A": 1})"), "answers[0].headers.A: expected a string");
-    EXPECT_EQ(error(R"("headers": {"A": "x\ny"})"),
+    EXPECT_EQ(errorOfMember(R"("headers": {"A": 1})"), "answers[0].headers.A: expected a string");
+    EXPECT_EQ(errorOfMember(R"("headers": {"A": "x\ny"})"),
               "answers[0].headers.A: a header cannot hold a line break");
-    EXPECT_THAT(error(R"("wire": "Gone")"), HasSubstr("answers[0].wire: expected one of Whole, "));
-    EXPECT_EQ(error(R"("encoding": null)"), "answers[0].encoding: expected a string");
-    EXPECT_EQ(error(R"("statsu": 200)"), "answers[0].statsu: there is no such member");
 }

@@ -24,7 +24,7 @@ protected:
     /// A call as the application would make it.
     Outcome call(const std::string& method, const std::string& target,
                  std::vector<std::string> headers = {}, std::optional<std::string> body = {}) {
-        headers.push_back(versionHeader);
+        headers.emplace_back(versionHeader);
         return client.perform({.method = method,
                                .url = url(target),
                                .headers = std::move(headers),

@@ -160,9 +160,9 @@ TEST_F(Wires, ARedirectIsJustAStatusAndAHeader) {
 
 TEST_F(Wires, ManyStalledConnectionsLeaveRoomForOthers) {
     service.answer("/x", {.wire = Wire::StallBeforeAnswer});
-    std::vector<std::thread> stalled;
-    for (int count = 0; count < 20; ++count) {
-        stalled.emplace_back([this] {
+    std::vector<std::thread> stalled(20);
+    for (std::thread& thread : stalled) {
+        thread = std::thread([this] {
             Client another(authority);
             another.perform({.url = url("/x"), .timeout = std::chrono::milliseconds(500)});
         });
