@@ -76,7 +76,8 @@ OSStatus SecItemCopyMatching(const SecDictionary& query, SecResult& result);
 
 /// On the item that the query finds, replaces exactly what the change set holds (kSecValueData,
 /// kSecAttrAccount, kSecAttrGeneric) in one step; the rest keeps its value. kSecReturnRef and
-/// kSecMatchLimit in the query are accepted. errSecItemNotFound when nothing matches.
+/// kSecMatchLimit in the query are accepted. errSecItemNotFound when nothing matches. An item that
+/// holds no readable record becomes one when the set has a kSecValueData; otherwise errSecDecode.
 OSStatus SecItemUpdate(const SecDictionary& query, const SecDictionary& attributesToUpdate);
 
 /// Creates an item in the user's default keychain, making that keychain first where the user has

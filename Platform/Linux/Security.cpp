@@ -229,7 +229,9 @@ OSStatus SecItemUpdate(const SecDictionary& query, const SecDictionary& attribut
     SecretRecord record;
     if (status == errSecSuccess)
         status = readRecord(*service, item, record);
-    if (status != errSecSuccess)
+    // What cannot be read has nothing to keep: a whole new value mends the item.
+    const bool mends = status == errSecDecode && attributesToUpdate.contains(kSecValueData);
+    if (status != errSecSuccess && !mends)
         return status;
     applyChanges(attributesToUpdate, record);
     SecretText secret;

@@ -227,13 +227,20 @@ TEST_F(Security, StaysWithOneOfSeveralMatchingItems) {
     EXPECT_EQ(readValue(), "first");
 }
 
-TEST_F(Security, RefusesToReadOrToMergeASecretThatIsNoRecord) {
+TEST_F(Security, RefusesToReadASecretThatIsNoRecord) {
     storeAsAnotherProgram(testAttributes(), "a password");
     EXPECT_EQ(statusOfReading(), errSecDecode);
-    EXPECT_EQ(SecItemUpdate(referenceQuery(), valueSet("new")), errSecDecode);
+    EXPECT_EQ(SecItemUpdate(referenceQuery(), {{kSecAttrAccount, std::string("account")}}),
+              errSecDecode);
     EXPECT_EQ(secretTool({"lookup"}, testAttributes()).standardOutput, "a password");
     EXPECT_EQ(SecKeychainItemDelete(*findReference()), errSecSuccess);
     EXPECT_EQ(statusOfReading(), errSecItemNotFound);
+}
+
+TEST_F(Security, MendsASecretThatIsNoRecordWithAWholeNewValue) {
+    storeAsAnotherProgram(testAttributes(), "half a rec");
+    ASSERT_EQ(SecItemUpdate(referenceQuery(), valueSet("new")), errSecSuccess);
+    EXPECT_EQ(readValue(), "new");
 }
 
 TEST_F(Security, RefusesWhatMakesNoSense) {
