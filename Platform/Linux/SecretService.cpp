@@ -163,7 +163,14 @@ Reply SecretService::send(const Call& call) {
         return Reply(call.status());
     BusError error;
     sd_bus_message* answer = nullptr;
-    if (sd_bus_call(bus_.get(), call.message(), 0, &error.value, &answer) < 0) {
+    int result = sd_bus_call(bus_.get(), call.message(), 0, &error.value, &answer);
+    // A keyring may fail to recognise a new client while another one leaves, and then denies the
+    // method without having run it. At the second call it knows the client.
+    if (owner_.empty() && sd_bus_error_has_name(&error.value, SD_BUS_ERROR_UNKNOWN_METHOD) > 0) {
+        sd_bus_error_free(&error.value);
+        result = sd_bus_call(bus_.get(), call.message(), 0, &error.value, &answer);
+    }
+    if (result < 0) {
         if (meansNoService(error.value))
             return Reply(owner_.empty() ? errSecServiceNotAvailable : errSecIO);
         return Reply::failure(call, error.value);

@@ -17,6 +17,7 @@ class Reply;
 struct Method;
 
 /// How long the session bus and the keyring may take for one answer. Only tests change it.
+// NOLINTNEXTLINE(cert-err58-cpp): a constant initialiser throws nothing
 inline constinit std::chrono::microseconds secretServiceTimeLimit{10'000'000};
 
 /// A client of the user's keyring: the freedesktop Secret Service API, on a connection of its own
