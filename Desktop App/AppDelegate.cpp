@@ -149,7 +149,7 @@ void AppDelegate::applicationWillFinishLaunching() {
     isRegisteredForEvents_ = true;
 }
 
-void AppDelegate::handleAppleEvent(const platform::AppleEvent& event, platform::AppleEvent&) {
+void AppDelegate::handleAppleEvent(const platform::AppleEvent& event, platform::AppleEvent&) const {
     std::optional<std::string> ephemeralCode;
     std::optional<std::string> server;
     if (!VTTokenStore::getEphemeralCode(ephemeralCode, server)) {
@@ -187,8 +187,7 @@ AppDelegate::codeFromCompletedOAuthRequestURL(const std::optional<platform::URL>
               {urlForLog});
         return std::nullopt;
     }
-    const auto code =
-        firstCode(components.queryItems().value_or(std::vector<URLQueryItem>()), urlForLog);
+    auto code = firstCode(components.queryItems().value_or(std::vector<URLQueryItem>()), urlForLog);
     if (!code)
         NSLog("The supplied URL did not contain a valid code: %@", {urlForLog});
     return code;

@@ -36,7 +36,8 @@ public:
     ///
     /// Without a pending registration the URL is not looked at: an alert asks whether to start
     /// again or to quit, and the call returns once that has been answered.
-    void handleAppleEvent(const platform::AppleEvent& event, platform::AppleEvent& withReplyEvent);
+    void handleAppleEvent(const platform::AppleEvent& event,
+                          platform::AppleEvent& withReplyEvent) const;
 
     /// The code that a completed sign-in hands over: the value of the first query item "code" of a
     /// URL of one of the application's schemes and its host. Absent, with a line in the log that

@@ -120,8 +120,8 @@ ModalResponse Alert::runModal() const {
     return responseOf(box);
 }
 
-void Alert::beginSheetModalForWindow(QWidget* window,
-                                     std::function<void(ModalResponse)> completionHandler) const {
+void Alert::beginSheetModalForWindow(
+    QWidget* window, const std::function<void(ModalResponse)>& completionHandler) const {
     if (window == nullptr)
         return;
     auto* const sheet = new QMessageBox(window);

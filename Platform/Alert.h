@@ -44,8 +44,9 @@ public:
     /// answer, when the alert is dismissed; never, when the window goes before that or is null. It
     /// may be empty. A window that is hidden is shown first. Several sheets on one window are shown
     /// one after the other.
-    void beginSheetModalForWindow(QWidget* window,
-                                  std::function<void(ModalResponse)> completionHandler) const;
+    void
+    beginSheetModalForWindow(QWidget* window,
+                             const std::function<void(ModalResponse)>& completionHandler) const;
 
 private:
     void fill(QMessageBox& box) const;

@@ -39,7 +39,7 @@ std::unique_ptr<MainInterface> loadMainInterface();
 /// the URL among its arguments, or asks it to come to the front, and returns 0. A URL that could
 /// not be handed over is an error: one line in the log, and 1 is returned. With no display to show
 /// a window on: one line in the log, and 1 is returned.
-int NSApplicationMain(int argc, char* argv[]);
+int NSApplicationMain(int argc, char** argv);
 
 /// The running application.
 class Application {

@@ -91,7 +91,7 @@ void prepareToolkit() {
 
 } // namespace
 
-int NSApplicationMain(int argc, char* argv[]) {
+int NSApplicationMain(int argc, char** argv) {
     if (!namesDisplay(argc, argv))
         return EXIT_FAILURE;
     prepareToolkit();
@@ -107,7 +107,7 @@ int NSApplicationMain(int argc, char* argv[]) {
     case SessionBusService::Outcome::Runs:
         break;
     }
-    const TerminationSignals signals(&Application::terminate);
+    const TerminationSignals terminationSignals(&Application::terminate);
     const std::unique_ptr<MainInterface> interface = loadMainInterface();
     const Life life(interface->delegate(), service);
     return QApplication::exec();

@@ -22,7 +22,7 @@ std::string modulePath() {
 
 // The windowed application and its toolkit are loaded here and nowhere else, so that they cost the
 // upload-URL command nothing.
-int NSApplicationMain(int argc, char* argv[]) {
+int NSApplicationMain(int argc, char** argv) {
     void* const module = dlopen(modulePath().c_str(), RTLD_NOW | RTLD_LOCAL);
     void* const entry = module != nullptr ? dlsym(module, windowModuleEntryName) : nullptr;
     if (entry == nullptr) {

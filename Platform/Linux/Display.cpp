@@ -17,7 +17,7 @@ bool isSet(const char* variable) {
     return !qEnvironmentVariableIsEmpty(variable);
 }
 
-bool namesPlatform(int argc, char* argv[]) {
+bool namesPlatform(int argc, char** argv) {
     return isSet("QT_QPA_PLATFORM") ||
            std::any_of(argv, argv + argc, [](std::string_view argument) {
                return argument == "-platform" || argument == "--platform";
@@ -37,7 +37,7 @@ void report(QtMsgType type, const QMessageLogContext&, const QString& message) {
 
 } // namespace
 
-bool namesDisplay(int argc, char* argv[]) {
+bool namesDisplay(int argc, char** argv) {
     if (isSet("WAYLAND_DISPLAY") || isSet("DISPLAY") || namesPlatform(argc, argv))
         return true;
     NSLog("There is no display to show the registration window on: neither WAYLAND_DISPLAY nor "

@@ -37,7 +37,8 @@ bool endsALine(ucs4_t character) {
 
 std::string escapedByte(char byte) {
     std::array<char, 5> text{};
-    std::snprintf(text.data(), text.size(), "\\x%02x", static_cast<unsigned char>(byte));
+    static_cast<void>(
+        std::snprintf(text.data(), text.size(), "\\x%02x", static_cast<unsigned char>(byte)));
     return text.data();
 }
 

@@ -2,6 +2,6 @@
 
 #include "Platform/Application.h"
 
-int runWindowedApplication(int argc, char* argv[]) {
+int runWindowedApplication(int argc, char** argv) {
     return platform::NSApplicationMain(argc, argv);
 }
