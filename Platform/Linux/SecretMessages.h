@@ -38,7 +38,7 @@ public:
     Call& attributes(const std::map<std::string, std::string>& values);
     Call& secret(const std::string& session, const std::string& value);
 
-    /// Containers, by the type characters of the D-Bus specification.
+    /// Containers, by the type characters of D-Bus.
     Call& open(char type, const char* contents);
     Call& close();
 
