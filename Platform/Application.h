@@ -38,7 +38,8 @@ std::unique_ptr<MainInterface> loadMainInterface();
 /// There is one application for each user's session. Where one runs already, this process hands it
 /// the URL among its arguments, or asks it to come to the front, and returns 0. A URL that could
 /// not be handed over is an error: one line in the log, and 1 is returned. With no display to show
-/// a window on: one line in the log, and 1 is returned.
+/// a window on: one line in the log, and 1 is returned. Being asked to end (SIGTERM, SIGINT,
+/// SIGHUP) is the same as Application::terminate().
 int NSApplicationMain(int argc, char** argv);
 
 /// The running application.

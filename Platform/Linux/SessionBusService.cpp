@@ -17,6 +17,8 @@ constexpr const char* objectPath = "/com/norvale/tessor";
 constexpr const char* interfaceName = "org.freedesktop.Application";
 constexpr const char* endingError = "com.norvale.tessor.Error.Ending";
 
+constexpr const char* endingMessage = "The application is ending.";
+
 constexpr int answerLimitInMilliseconds = 10'000;
 constexpr int endingLimitInMilliseconds = 500;
 
@@ -124,13 +126,17 @@ void SessionBusService::deliver() {
 void SessionBusService::stop() {
     if (std::exchange(stopped_, true))
         return;
-    for (const Call& call : std::exchange(calls_, {}))
-        answer(call, call.message.createErrorReply(endingError, "The application is ending."));
+    refuse();
     // Waiting for this answer makes sure that those above are on their way too.
     QDBusMessage release = QDBusMessage::createMethodCall(
         "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "ReleaseName");
     if (bus_.isConnected())
         bus_.call(release << serviceName, QDBus::Block, endingLimitInMilliseconds);
+}
+
+void SessionBusService::refuse() {
+    for (const Call& call : std::exchange(calls_, {}))
+        answer(call, call.message.createErrorReply(endingError, endingMessage));
 }
 
 void SessionBusService::answer(const Call& call, const QDBusMessage& reply) {
@@ -140,16 +146,21 @@ void SessionBusService::answer(const Call& call, const QDBusMessage& reply) {
 
 void SessionBusService::Activate(const QVariantMap& platformData) {
     // Launching, still to come, shows the window anyway.
-    if (receiver_.activate)
+    if (stopped_)
+        sendErrorReply(endingError, endingMessage);
+    else if (receiver_.activate)
         receiver_.activate(platformData);
 }
 
 void SessionBusService::Open(const QStringList& uris, const QVariantMap& platformData) {
     setDelayedReply(true);
-    if (delivering_)
-        receiver_.activate(platformData);
     calls_.push_back({uris, platformData, message()});
-    deliver();
+    if (stopped_)
+        refuse();
+    else if (delivering_)
+        receiver_.activate(platformData);
+    else
+        deliver();
 }
 
 void SessionBusService::ActivateAction(const QString& actionName, const QVariantList&,

@@ -49,8 +49,8 @@ public:
     /// with them does not wait.
     void deliverTo(Receiver receiver);
 
-    /// Refuses what has not been delivered and gives up the name. What comes in after that is not
-    /// answered before the process ends.
+    /// Refuses what has not been delivered and what still comes in, and gives up the name. A call
+    /// that is not even read any more fails for its caller when the process ends.
     void stop();
 
     // Calls from the bus.
@@ -68,6 +68,7 @@ private:
 
     bool takeName();
     void deliver();
+    void refuse();
     void answer(const Call& call, const QDBusMessage& reply);
 
     QDBusConnection bus_;

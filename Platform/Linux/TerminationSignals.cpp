@@ -41,8 +41,10 @@ void install(int number) {
 void uninstall(int number) {
     struct sigaction action {};
     sigaction(number, nullptr, &action);
-    if (action.sa_handler == noteSignal)
-        std::signal(number, SIG_DFL);
+    if (action.sa_handler != noteSignal)
+        return;
+    action.sa_handler = SIG_DFL;
+    sigaction(number, &action, nullptr);
 }
 
 } // namespace

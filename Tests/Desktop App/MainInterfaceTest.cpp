@@ -20,7 +20,6 @@
 #include <utility>
 
 using simulator::Answer;
-using simulator::Wire;
 using testing::ElementsAre;
 using testing::IsSupersetOf;
 

@@ -39,7 +39,7 @@ TEST(ServerMenu, ShowsTheStartOfAVeryLongTitle) {
     std::string faces;
     for (int count = 0; count < 300; ++count)
         faces += "😀";
-    EXPECT_EQ(shown(faces).size(), 127 * 4 + std::string("…").size());
+    EXPECT_EQ(shown(faces).size(), std::size_t{127} * 4 + std::string("…").size());
 }
 
 TEST(ServerMenu, ShowsAToolTipThatLooksLikeMarkupAsText) {

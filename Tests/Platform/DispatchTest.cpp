@@ -44,7 +44,7 @@ TEST(DispatchDeathTest, EndsTheProcessOnlyAfterItsTasksHaveHeededTheRequestToSto
                 started->set_value();
                 while (!ending.stop_requested())
                     std::this_thread::yield();
-                std::fputs("task ended", stderr);
+                static_cast<void>(std::fputs("task ended", stderr));
             });
             started->get_future().get();
             std::exit(7);

@@ -289,7 +289,9 @@ TEST_F(URLSessionTest, TellsACertificateAHostAndAConnectionApart) {
 
 TEST_F(URLSessionTest, TrustsWhatTheVariablesNameAndNothingElse) {
     simulator_.answer("/page", withBody("trusted"));
-    const std::string directory = std::getenv("VT_WORLD_AUTHORITY");
+    const TemporaryFolder folder;
+    authority_.save(folder.path());
+    const std::string directory = folder.path();
     const SetVariable noDirectory("SSL_CERT_DIR", "/var/empty");
     EXPECT_EQ(load(url()).code(), CertificateRefused);
     {
@@ -324,12 +326,14 @@ TEST_F(URLSessionTest, SpeaksHTTP2WhereItIsOffered) {
 
 TEST_F(URLSessionTest, RunsManyRequestsAtOnce) {
     simulator_.answer("/page", withBody("one of many"));
+    constexpr std::size_t count = 8;
     std::vector<std::thread> threads;
-    for (int i = 0; i < 8; ++i)
+    threads.reserve(count);
+    for (std::size_t i = 0; i < count; ++i)
         threads.emplace_back([&] { EXPECT_EQ(load(url()).text(), "one of many"); });
     for (std::thread& thread : threads)
         thread.join();
-    EXPECT_EQ(simulator_.requests().size(), 8U);
+    EXPECT_EQ(simulator_.requests().size(), count);
 }
 
 TEST_F(URLSessionTest, LetsTheProcessEndWithARequestUnderWay) {
