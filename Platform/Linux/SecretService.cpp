@@ -3,6 +3,7 @@
 #include "SecretMessages.h"
 
 #include <cerrno>
+#include <csignal>
 #include <cstdint>
 #include <limits>
 #include <optional>
@@ -53,6 +54,23 @@ public:
     BusError& operator=(const BusError&) = delete;
 
     sd_bus_error value{};
+};
+
+/// Keeps signals from this thread as long as it lives: the bus library gives a call up when one
+/// comes, after it has sent its message.
+class SignalsHeldBack {
+public:
+    SignalsHeldBack() {
+        sigset_t all;
+        sigfillset(&all);
+        pthread_sigmask(SIG_SETMASK, &all, &before_);
+    }
+    SignalsHeldBack(const SignalsHeldBack&) = delete;
+    SignalsHeldBack& operator=(const SignalsHeldBack&) = delete;
+    ~SignalsHeldBack() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+
+private:
+    sigset_t before_{};
 };
 
 struct ReleaseSlot {
@@ -161,6 +179,7 @@ Call SecretService::newCall(const Method& method) {
 Reply SecretService::send(const Call& call) {
     if (call.status() != errSecSuccess)
         return Reply(call.status());
+    const SignalsHeldBack signalsHeldBack;
     BusError error;
     sd_bus_message* answer = nullptr;
     int result = sd_bus_call(bus_.get(), call.message(), 0, &error.value, &answer);
