@@ -211,8 +211,8 @@ private:
 };
 
 void Transfer::prepareLibrary() {
-    // The library tears parts of itself down at exit; no transfer may be under way by then, and what
-    // is registered last runs first.
+    // The library tears parts of itself down at exit; no transfer may be under way by then, and
+    // what is registered last runs first.
     [[maybe_unused]] static const bool prepared =
         curl_global_init(CURL_GLOBAL_DEFAULT) == CURLE_OK && std::atexit(endBackgroundTasks) == 0;
 }
