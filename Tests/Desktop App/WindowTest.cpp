@@ -7,6 +7,7 @@
 #include <QAbstractButton>
 #include <QEventLoop>
 #include <QTimer>
+#include <array>
 #include <chrono>
 #include <cstdlib>
 #include <fstream>
@@ -36,8 +37,8 @@ void WindowSession::SetUp() {
     set("QT_QPA_PLATFORM", "offscreen");
     static int argumentCount = 1;
     static std::string name = "WindowTests";
-    static char* arguments[] = {name.data(), nullptr};
-    application_ = std::make_unique<QApplication>(argumentCount, arguments);
+    static std::array<char*, 2> arguments = {name.data(), nullptr};
+    application_ = std::make_unique<QApplication>(argumentCount, arguments.data());
     QApplication::setQuitOnLastWindowClosed(false);
 }
 
