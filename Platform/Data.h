@@ -19,6 +19,10 @@ Data encodeUTF8(std::string_view text);
 /// overlong forms, surrogates and values above U+10FFFF are not). No bytes give the empty text.
 std::optional<std::string> decodeUTF8(const Data& bytes);
 
+/// The length in bytes of the valid UTF-8 character at the start of the text; 0 when there is none,
+/// because the text is empty or starts with something else. By the same rule.
+std::size_t lengthOfFirstCharacter(std::string_view text);
+
 /// Whether the bytes of a text are valid UTF-8, by the same rule.
 bool isValidUTF8(std::string_view text);
 

@@ -6,6 +6,7 @@ using platform::Data;
 using platform::decodeUTF8;
 using platform::encodeUTF8;
 using platform::holdsControlCharacter;
+using platform::lengthOfFirstCharacter;
 
 namespace {
 
@@ -33,6 +34,24 @@ TEST(Data, RefusesBytesThatAreNotUTF8) {
     EXPECT_FALSE(decodeUTF8(bytes({0xc0, 0x80}))) << "overlong";
     EXPECT_FALSE(decodeUTF8(bytes({0xed, 0xa0, 0x80}))) << "surrogate";
     EXPECT_FALSE(decodeUTF8(bytes({0xf4, 0x90, 0x80, 0x80}))) << "above the last character";
+}
+
+// The first and the last of each form, and what lies just outside of them.
+TEST(Data, KnowsEveryFormOfACharacter) {
+    for (const std::string valid :
+         {"\x01", "\x7f", "\xc2\x80", "\xdf\xbf", "\xe0\xa0\x80", "\xe0\xbf\xbf", "\xe1\x80\x80",
+          "\xec\xbf\xbf", "\xed\x80\x80", "\xed\x9f\xbf", "\xee\x80\x80", "\xef\xbf\xbf",
+          "\xf0\x90\x80\x80", "\xf0\xbf\xbf\xbf", "\xf1\x80\x80\x80", "\xf3\xbf\xbf\xbf",
+          "\xf4\x80\x80\x80", "\xf4\x8f\xbf\xbf"}) {
+        EXPECT_EQ(lengthOfFirstCharacter(valid), valid.size()) << testing::PrintToString(valid);
+        EXPECT_EQ(lengthOfFirstCharacter(valid + "a"), valid.size());
+        EXPECT_EQ(lengthOfFirstCharacter(valid.substr(0, valid.size() - 1)), 0);
+    }
+    for (const char* const invalid :
+         {"", "\x80", "\xbf", "\xc1\xbf", "\xc2\x7f", "\xc2\xc0", "\xe0\x9f\xbf", "\xe1\x80\x7f",
+          "\xe1\x80\xc0", "\xed\xa0\x80", "\xed\xbf\xbf", "\xf0\x8f\xbf\xbf", "\xf4\x90\x80\x80",
+          "\xf5\x80\x80\x80", "\xff"})
+        EXPECT_EQ(lengthOfFirstCharacter(invalid), 0) << testing::PrintToString(invalid);
 }
 
 TEST(Data, KnowsControlCharacters) {
