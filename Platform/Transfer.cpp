@@ -1,6 +1,9 @@
 #include "Platform/Transfer.h"
 
 #include "Platform/Dispatch.h"
+#include "Platform/ProxyResolver.h"
+#include "Platform/RedirectedRequest.h"
+#include "Platform/TransferError.h"
 #include "Platform/TrustStore.h"
 
 #include <curl/curl.h>
@@ -9,7 +12,10 @@
 #include <array>
 #include <chrono>
 #include <cstdlib>
+#include <iterator>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace platform {
 
@@ -18,7 +24,9 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr std::size_t largestAnswer = std::size_t{16} * 1024 * 1024;
-constexpr long mostRedirects = 20;
+
+// For the connection through a proxy that has others behind it.
+constexpr std::chrono::milliseconds timeForOneOfSeveralProxies{10'000};
 
 struct EasyCleanup {
     void operator()(CURL* handle) const { curl_easy_cleanup(handle); }
@@ -30,11 +38,15 @@ struct ListCleanup {
     void operator()(curl_slist* list) const { curl_slist_free_all(list); }
 };
 
-bool hasHeader(const URLRequest& request, const std::string& name) {
-    return std::ranges::any_of(request.allHTTPHeaderFields(),
-                               [&](const URLRequest::Header& header) {
-                                   return curl_strequal(header.first.c_str(), name.c_str()) != 0;
-                               });
+bool hasHeader(const std::vector<URLRequest::Header>& headers, const char* name) {
+    return std::ranges::any_of(headers, [&](const URLRequest::Header& header) {
+        return curl_strequal(header.first.c_str(), name) != 0;
+    });
+}
+
+bool isFailureToConnect(CURLcode code) {
+    return code == CURLE_COULDNT_RESOLVE_PROXY || code == CURLE_COULDNT_RESOLVE_HOST ||
+           code == CURLE_COULDNT_CONNECT || code == CURLE_OPERATION_TIMEDOUT || code == CURLE_PROXY;
 }
 
 } // namespace
@@ -44,21 +56,24 @@ public:
     Implementation(const URLSessionConfiguration& configuration, const URLRequest& request)
         : configuration_(configuration), request_(request) {
         setTransport();
-        setTrust();
-        setRequest();
+        setTrust(store_.file);
         setCallbacks();
     }
 
     TransferResult run(const std::stop_token& stop) {
-        if (setup_ != CURLE_OK)
-            return failure(setup_);
-        if (curl_multi_add_handle(multi_.get(), easy_.get()) != CURLM_OK)
-            return failure(CURLE_FAILED_INIT);
-        const CURLcode code = perform(stop);
-        curl_multi_remove_handle(multi_.get(), easy_.get());
-        if (code != CURLE_OK)
-            return failure(code);
-        return {std::move(body_), std::nullopt};
+        for (;;) {
+            setRequest();
+            if (const CURLcode code = load(stop); code != CURLE_OK)
+                return failure(code);
+            const char* redirect = nullptr;
+            curl_easy_getinfo(easy_.get(), CURLINFO_REDIRECT_URL, &redirect);
+            if (redirect == nullptr)
+                return {std::move(body_), std::nullopt};
+            long status = 0;
+            curl_easy_getinfo(easy_.get(), CURLINFO_RESPONSE_CODE, &status);
+            if (!request_.follow(status, redirect))
+                return failure(CURLE_TOO_MANY_REDIRECTS);
+        }
     }
 
 private:
@@ -69,49 +84,62 @@ private:
     }
 
     void setTransport() {
-        const auto timeout = static_cast<long>(configuration_.timeoutIntervalForRequest.count());
         set(CURLOPT_NOSIGNAL, 1L);
         // A name look-up that hangs must not hold up the end of the process.
         set(CURLOPT_QUICK_EXIT, 1L);
-        set(CURLOPT_CONNECTTIMEOUT_MS, timeout);
+        setTimeToConnect(configuration_.timeoutIntervalForRequest);
         set(CURLOPT_PROTOCOLS_STR, "https");
-        set(CURLOPT_REDIR_PROTOCOLS_STR, "https");
-        set(CURLOPT_FOLLOWLOCATION, 1L);
-        set(CURLOPT_MAXREDIRS, mostRedirects);
+        // Each server may have proxies of its own.
+        set(CURLOPT_FOLLOWLOCATION, 0L);
+        // The strongest way that the proxy offers, which takes one more question.
+        set(CURLOPT_PROXYAUTH, CURLAUTH_ANY);
+        set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
         set(CURLOPT_ACCEPT_ENCODING, "");
         set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_2TLS));
         set(CURLOPT_ERRORBUFFER, errorText_.data());
     }
 
-    void setTrust() {
-        const TrustStore store = TrustStore::system();
+    void setTimeToConnect(std::chrono::milliseconds time) {
+        set(CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(time.count()));
+    }
+
+    void setTrust(const std::optional<std::string>& file) {
+        const char* const path = file ? file->c_str() : nullptr;
+        const char* const folder = store_.directory ? store_.directory->c_str() : nullptr;
         set(CURLOPT_SSL_VERIFYPEER, 1L);
         set(CURLOPT_SSL_VERIFYHOST, 2L);
         set(CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
         // A null takes away the library's own default.
-        set(CURLOPT_CAINFO, store.file ? store.file->c_str() : nullptr);
-        set(CURLOPT_CAPATH, store.directory ? store.directory->c_str() : nullptr);
+        set(CURLOPT_CAINFO, path);
+        set(CURLOPT_CAPATH, folder);
+        set(CURLOPT_PROXY_SSL_VERIFYPEER, 1L);
+        set(CURLOPT_PROXY_SSL_VERIFYHOST, 2L);
+        set(CURLOPT_PROXY_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
+        set(CURLOPT_PROXY_CAINFO, path);
+        set(CURLOPT_PROXY_CAPATH, folder);
     }
 
     void setRequest() {
-        set(CURLOPT_URL, request_.URL().absoluteString().c_str());
-        if (request_.HTTPMethod() == "POST")
-            setBody();
-        else if (request_.HTTPMethod() != "GET")
-            set(CURLOPT_CUSTOMREQUEST, request_.HTTPMethod().c_str());
-        for (const auto& [name, value] : request_.allHTTPHeaderFields())
+        set(CURLOPT_URL, request_.url().c_str());
+        headers_.reset();
+        if (request_.method() == "POST")
+            setBody(*request_.body());
+        else if (request_.method() == "GET")
+            set(CURLOPT_HTTPGET, 1L);
+        else
+            set(CURLOPT_CUSTOMREQUEST, request_.method().c_str());
+        for (const auto& [name, value] : request_.headers())
             addHeader(std::string(name).append(value.empty() ? ";" : ": ").append(value));
         set(CURLOPT_HTTPHEADER, headers_.get());
     }
 
-    void setBody() {
-        const Data& body = request_.HTTPBody();
+    void setBody(const Data& body) {
         set(CURLOPT_POST, 1L);
         set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.size()));
         set(CURLOPT_POSTFIELDS, body.empty() ? "" : reinterpret_cast<const char*>(body.data()));
         // Without these two the library would add headers of its own to a POST.
         addHeader("Expect:");
-        if (!hasHeader(request_, "Content-Type"))
+        if (!hasHeader(request_.headers(), "Content-Type"))
             addHeader("Content-Type:");
     }
 
@@ -159,6 +187,48 @@ private:
         return count;
     }
 
+    /// Asks the server that the request has got to, through the proxies that it has.
+    CURLcode load(const std::stop_token& stop) {
+        const auto server = request_.server();
+        const auto proxies = server ? proxiesForURL(*server, stop) : std::vector<std::string>();
+        if (proxies.empty())
+            return loadThrough(nullptr, configuration_.timeoutIntervalForRequest, stop);
+        for (auto proxy = proxies.begin();; ++proxy) {
+            const bool isLast = std::next(proxy) == proxies.end();
+            const auto time = configuration_.timeoutIntervalForRequest;
+            const CURLcode code =
+                loadThrough(*proxy == "direct://" ? "" : proxy->c_str(),
+                            isLast ? time : std::min(time, timeForOneOfSeveralProxies), stop);
+            if (isLast || lastActivity_ || !isFailureToConnect(code))
+                return code;
+        }
+    }
+
+    /// A null leaves the choice of the proxy to the environment's variables.
+    CURLcode loadThrough(const char* proxy, std::chrono::milliseconds timeToConnect,
+                         const std::stop_token& stop) {
+        set(CURLOPT_PROXY, proxy);
+        setTimeToConnect(timeToConnect);
+        const CURLcode code = attempt(stop);
+        if (code != CURLE_PEER_FAILED_VERIFICATION || !store_.otherFile)
+            return code;
+        setTrust(std::exchange(store_.otherFile, std::nullopt));
+        return attempt(stop);
+    }
+
+    CURLcode attempt(const std::stop_token& stop) {
+        errorText_.front() = '\0';
+        lastActivity_.reset();
+        body_.clear();
+        if (setup_ != CURLE_OK)
+            return setup_;
+        if (curl_multi_add_handle(multi_.get(), easy_.get()) != CURLM_OK)
+            return CURLE_FAILED_INIT;
+        const CURLcode code = perform(stop);
+        curl_multi_remove_handle(multi_.get(), easy_.get());
+        return code;
+    }
+
     CURLcode perform(const std::stop_token& stop) {
         const std::stop_callback wake(stop, [this] { curl_multi_wakeup(multi_.get()); });
         for (int running = 1;;) {
@@ -190,16 +260,13 @@ private:
     }
 
     TransferResult failure(CURLcode code) const {
-        std::string words = errorText_.data();
-        if (tooLarge_)
-            words = "The answer is larger than 16 MiB";
-        else if (words.empty())
-            words = curl_easy_strerror(code);
-        return {std::nullopt, Error(URLErrorDomain, code, words)};
+        return {std::nullopt, transferError(code, tooLarge_ ? "The answer is larger than 16 MiB"
+                                                            : errorText_.data())};
     }
 
     const URLSessionConfiguration& configuration_;
-    const URLRequest& request_;
+    RedirectedRequest request_;
+    TrustStore store_ = TrustStore::system();
     CURLcode setup_ = CURLE_OK;
     std::array<char, CURL_ERROR_SIZE> errorText_{};
     std::optional<Clock::time_point> lastActivity_;

@@ -53,6 +53,12 @@ private:
 /// 301, 302 and 303 and stays on 307 and 308; "Authorization" is never sent to another host.
 /// Compressed answers are decoded. An answer of more than 16 MiB, decoded, is a transport error.
 /// The server's certificate is checked against the system's trust store, always.
+///
+/// Proxies are those that the environment's variables name as they do for the transport library, or
+/// else those of the desktop's settings (see ProxyResolver.h), asked for anew for each server on
+/// the way. Of several proxies the next is tried when one cannot be reached before the request was
+/// sent. What no_proxy or NO_PROXY names is reached directly in either case. Errors never hold a
+/// proxy's credentials.
 class URLSession {
 public:
     static URLSession sessionWithConfiguration(URLSessionConfiguration configuration);

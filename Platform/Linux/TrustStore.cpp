@@ -10,9 +10,11 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::array systemDirectories = {"/etc/ssl/certs", "/etc/pki/tls/certs"};
-constexpr std::array systemFiles = {"/etc/ssl/certs/ca-certificates.crt",
-                                    "/etc/pki/tls/certs/ca-bundle.crt", "/etc/ssl/cert.pem"};
+constexpr std::array systemDirectories = {"/etc/ssl/certs", "/etc/pki/tls/certs",
+                                          "/etc/pki/ca-trust/extracted/pem/directory-hash"};
+constexpr std::array systemFiles = {
+    "/etc/ssl/certs/ca-certificates.crt", "/etc/pki/tls/certs/ca-bundle.crt",
+    "/etc/pki/ca-trust/extracted/pem/tls-ca-bundle.pem", "/etc/ssl/cert.pem"};
 
 std::optional<std::string> environment(const char* name) {
     const char* const value = std::getenv(name);
@@ -58,11 +60,13 @@ std::optional<std::string> systemFile() {
 } // namespace
 
 TrustStore TrustStore::system() {
-    TrustStore store{environment("SSL_CERT_FILE"), environment("SSL_CERT_DIR")};
-    if (!store.directory)
-        store.directory = systemDirectory();
-    if (!store.file && !store.directory)
-        store.file = systemFile();
+    TrustStore store{environment("SSL_CERT_FILE"), environment("SSL_CERT_DIR"), std::nullopt};
+    if (store.directory)
+        return store;
+    store.directory = systemDirectory();
+    if (store.file)
+        return store;
+    (store.directory ? store.otherFile : store.file) = systemFile();
     return store;
 }
 

@@ -1,5 +1,6 @@
 #include "Platform/URLSession.h"
 
+#include "LoadURL.h"
 #include "Simulator.h"
 #include "Support/ChildProcess.h"
 #include "Support/SetVariable.h"
@@ -11,15 +12,10 @@
 
 #include <chrono>
 #include <fstream>
-#include <future>
-#include <memory>
 #include <thread>
 
 using namespace std::chrono_literals;
-using platform::Data;
-using platform::decodeUTF8;
 using platform::encodeUTF8;
-using platform::Error;
 using platform::URL;
 using platform::URLRequest;
 using platform::URLSession;
@@ -44,33 +40,6 @@ enum Code {
     CertificateRefused = 60,
     WriteFailed = 23,
 };
-
-struct Outcome {
-    std::optional<Data> body;
-    std::optional<Error> error;
-    std::thread::id thread;
-
-    std::string text() const { return body ? decodeUTF8(*body).value_or("not UTF-8") : "no body"; }
-    long code() const { return error ? error->code() : 0; }
-    std::string words() const { return error ? error->localizedDescription() : ""; }
-};
-
-Outcome load(const URLRequest& request, URLSessionConfiguration configuration = {}) {
-    // Setting a promise twice throws, so a second call of the handler ends the test program.
-    const auto outcome = std::make_shared<std::promise<Outcome>>();
-    URLSession::sessionWithConfiguration(configuration)
-        .dataTaskWithRequest(
-            request,
-            [outcome](std::optional<Data> body, std::optional<Error> error) {
-                outcome->set_value({std::move(body), std::move(error), std::this_thread::get_id()});
-            })
-        .resume();
-    return outcome->get_future().get();
-}
-
-Outcome load(const std::string& url, URLSessionConfiguration configuration = {}) {
-    return load(URLRequest::requestWithURL(*URL::URLWithString(url)), configuration);
-}
 
 URLSessionConfiguration shortTimeout() {
     URLSessionConfiguration configuration;
