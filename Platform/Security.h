@@ -11,9 +11,10 @@
 /// The user's keychain: generic-password items, private to the user, kept from run to run.
 ///
 /// All calls are synchronous and belong to the main thread. A call that has to ask the user (a
-/// locked keychain) waits for the user; every other call is bounded: a keychain that does not
-/// answer for 10 seconds yields a status. A record is always whole: whoever reads, at any moment
-/// and also when a writing process is killed, finds the old item or the new one.
+/// locked keychain) waits for the user, unless that is switched off; every other call is bounded: a
+/// keychain that leaves a request unanswered for 10 seconds, and does not answer another one in 10
+/// more, yields a status. A record is always whole: whoever reads, at any moment and also when a
+/// writing process is killed, finds the old item or the new one.
 namespace platform {
 
 /// 0 for success. errSecItemNotFound means that no item matches; every other value is a failure.
@@ -87,6 +88,19 @@ OSStatus SecItemAdd(const SecDictionary& attributes);
 
 /// Deletes the item. errSecItemNotFound when it is gone already.
 OSStatus SecKeychainItemDelete(const SecKeychainItem& item);
+
+/// How a keychain stands: bits.
+using SecKeychainStatus = std::uint32_t;
+inline constexpr SecKeychainStatus kSecUnlockStateStatus = 1; ///< it is unlocked
+
+/// How the user's default keychain stands; no bit is set where the user has none. Asks nobody and
+/// starts nothing: a keychain service that is not running is errSecServiceNotAvailable. On every
+/// status but success the result is left as it was.
+OSStatus SecKeychainGetStatus(SecKeychainStatus& keychainStatus);
+
+/// Whether from now on calls may ask the user, as they may at first. A call that would have to and
+/// may not yields errSecInteractionNotAllowed. Always errSecSuccess.
+OSStatus SecKeychainSetUserInteractionAllowed(bool state);
 
 /// A readable text for a status, in English, for the log.
 std::string SecCopyErrorMessageString(OSStatus status);

@@ -76,6 +76,10 @@ bool meansNoService(const sd_bus_error& error) {
            name.starts_with("org.freedesktop.DBus.Error.Spawn.");
 }
 
+bool meansNoSuchMethod(const sd_bus_error* error) {
+    return error != nullptr && sd_bus_error_has_name(error, SD_BUS_ERROR_UNKNOWN_METHOD) > 0;
+}
+
 Call::Call(sd_bus* bus, const std::string& destination, const Method& method) {
     sd_bus_message* message = nullptr;
     result_ = sd_bus_message_new_method_call(bus, &message, destination.c_str(), method.path,
@@ -128,6 +132,10 @@ Call& Call::sensitive() {
     return step(sd_bus_message_sensitive);
 }
 
+Call& Call::withoutStarting() {
+    return step([](sd_bus_message* message) { return sd_bus_message_set_auto_start(message, 0); });
+}
+
 Call& Call::attributes(const std::map<std::string, std::string>& values) {
     open(SD_BUS_TYPE_ARRAY, "{ss}");
     for (const auto& [name, value] : values)
@@ -174,6 +182,18 @@ Reply& Reply::paths(std::vector<std::string>& values) {
     while (status_ == errSecSuccess && sd_bus_message_at_end(message_.get(), 0) == 0)
         path(values.emplace_back());
     return status_ == errSecSuccess ? take(sd_bus_message_exit_container(message_.get())) : *this;
+}
+
+Reply& Reply::variant(bool& value) {
+    if (status_ != errSecSuccess)
+        return *this;
+    take(sd_bus_message_enter_container(message_.get(), SD_BUS_TYPE_VARIANT, "b"));
+    int flag = 0;
+    if (status_ == errSecSuccess)
+        take(sd_bus_message_read_basic(message_.get(), SD_BUS_TYPE_BOOLEAN, &flag));
+    if (status_ == errSecSuccess)
+        value = flag != 0;
+    return *this;
 }
 
 Reply& Reply::secret(std::string& value) {

@@ -45,6 +45,9 @@ public:
     /// Has this call and its answer wiped from memory when they are released.
     Call& sensitive();
 
+    /// Has this call fail, instead of starting the service, where it is not running.
+    Call& withoutStarting();
+
     sd_bus_message* message() const { return message_.get(); }
     OSStatus status() const { return statusOfResult(result_); }
 
@@ -72,6 +75,7 @@ public:
     Reply& path(std::string& value);
     Reply& paths(std::vector<std::string>& values);
     Reply& secret(std::string& value);
+    Reply& variant(bool& value);
     Reply& skip(const char* types);
 
     OSStatus status() const { return status_; }
@@ -85,5 +89,8 @@ private:
 
 /// Whether the error says that nothing has the name the call was sent to.
 bool meansNoService(const sd_bus_error& error);
+
+/// Whether it is an error that denies that there is such a method.
+bool meansNoSuchMethod(const sd_bus_error* error);
 
 } // namespace platform

@@ -1,12 +1,11 @@
 #include "SecretService.h"
 
+#include "PendingCall.h"
+#include "PromptWatch.h"
 #include "SecretMessages.h"
 
 #include <cerrno>
-#include <csignal>
 #include <cstdint>
-#include <limits>
-#include <optional>
 #include <utility>
 
 namespace platform {
@@ -18,6 +17,7 @@ constexpr const char* servicePath = "/org/freedesktop/secrets";
 constexpr const char* serviceInterface = "org.freedesktop.Secret.Service";
 constexpr const char* collectionInterface = "org.freedesktop.Secret.Collection";
 constexpr const char* itemInterface = "org.freedesktop.Secret.Item";
+constexpr const char* propertiesInterface = "org.freedesktop.DBus.Properties";
 constexpr const char* promptInterface = "org.freedesktop.Secret.Prompt";
 constexpr const char* noObject = "/";
 
@@ -38,104 +38,6 @@ OSStatus statusOfConnecting(int result) {
     }
 }
 
-/// Handles what has arrived, or waits until something does or the time is up.
-int processOrWait(sd_bus* bus, std::uint64_t microseconds) {
-    int result = sd_bus_process(bus, nullptr);
-    if (result == 0)
-        result = sd_bus_wait(bus, microseconds);
-    return result == -EINTR ? 0 : result;
-}
-
-class BusError {
-public:
-    BusError() = default;
-    ~BusError() { sd_bus_error_free(&value); }
-    BusError(const BusError&) = delete;
-    BusError& operator=(const BusError&) = delete;
-
-    sd_bus_error value{};
-};
-
-/// Keeps signals from this thread as long as it lives: the bus library gives a call up when one
-/// comes, after it has sent its message.
-class SignalsHeldBack {
-public:
-    SignalsHeldBack() {
-        sigset_t all;
-        sigfillset(&all);
-        pthread_sigmask(SIG_SETMASK, &all, &before_);
-    }
-    SignalsHeldBack(const SignalsHeldBack&) = delete;
-    SignalsHeldBack& operator=(const SignalsHeldBack&) = delete;
-    ~SignalsHeldBack() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
-
-private:
-    sigset_t before_{};
-};
-
-struct ReleaseSlot {
-    void operator()(sd_bus_slot* slot) const { sd_bus_slot_unref(slot); }
-};
-
-/// Watches one prompt until it ends in one way or another.
-class PromptWatch {
-public:
-    /// Asks the bus for the signals; from then on no end of the prompt is missed.
-    OSStatus start(sd_bus* bus, const std::string& owner, const std::string& prompt) {
-        sd_bus_slot* slot = nullptr;
-        int result = sd_bus_match_signal(bus, &slot, owner.c_str(), prompt.c_str(), promptInterface,
-                                         "Completed", completed, this);
-        completed_.reset(std::exchange(slot, nullptr));
-        if (result >= 0) {
-            const std::string rule = "type='signal',sender='org.freedesktop.DBus',"
-                                     "interface='org.freedesktop.DBus',"
-                                     "member='NameOwnerChanged',arg0='" +
-                                     owner + "'";
-            result = sd_bus_add_match(bus, &slot, rule.c_str(), ownerWentAway, this);
-            ownerWentAway_.reset(slot);
-        }
-        return statusOfResult(result);
-    }
-
-    OSStatus wait(sd_bus* bus) {
-        while (!outcome_) {
-            const int result = processOrWait(bus, std::numeric_limits<std::uint64_t>::max());
-            if (result < 0)
-                return statusOfResult(result);
-        }
-        return *outcome_;
-    }
-
-    /// The object that the prompt yielded, where it yields one.
-    const std::string& object() const { return object_; }
-
-private:
-    static int completed(sd_bus_message* signal, void* userData, sd_bus_error*) {
-        auto& watch = *static_cast<PromptWatch*>(userData);
-        int dismissed = 0;
-        if (sd_bus_message_read_basic(signal, SD_BUS_TYPE_BOOLEAN, &dismissed) <= 0) {
-            watch.outcome_ = errSecInternalComponent;
-            return 0;
-        }
-        watch.outcome_ = dismissed != 0 ? errSecUserCanceled : errSecSuccess;
-        const char* object = nullptr;
-        if (sd_bus_message_enter_container(signal, SD_BUS_TYPE_VARIANT, "o") > 0 &&
-            sd_bus_message_read_basic(signal, SD_BUS_TYPE_OBJECT_PATH, &object) > 0)
-            watch.object_ = object;
-        return 0;
-    }
-
-    static int ownerWentAway(sd_bus_message*, void* userData, sd_bus_error*) {
-        static_cast<PromptWatch*>(userData)->outcome_ = errSecIO;
-        return 0;
-    }
-
-    std::optional<OSStatus> outcome_;
-    std::string object_;
-    std::unique_ptr<sd_bus_slot, ReleaseSlot> completed_;
-    std::unique_ptr<sd_bus_slot, ReleaseSlot> ownerWentAway_;
-};
-
 } // namespace
 
 void SecretService::CloseBus::operator()(sd_bus* bus) const {
@@ -150,8 +52,6 @@ OSStatus SecretService::connect(std::unique_ptr<SecretService>& service) {
     const OSStatus status = result < 0 ? statusOfConnecting(result) : waitUntilReady(bus.get());
     if (status != errSecSuccess)
         return status;
-    sd_bus_set_method_call_timeout(bus.get(),
-                                   static_cast<std::uint64_t>(secretServiceTimeLimit.count()));
     service.reset(new SecretService(std::move(bus)));
     return errSecSuccess;
 }
@@ -179,25 +79,44 @@ Call SecretService::newCall(const Method& method) {
 Reply SecretService::send(const Call& call) {
     if (call.status() != errSecSuccess)
         return Reply(call.status());
-    const SignalsHeldBack signalsHeldBack;
-    BusError error;
-    sd_bus_message* answer = nullptr;
-    int result = sd_bus_call(bus_.get(), call.message(), 0, &error.value, &answer);
+    PendingCall pending(bus_.get(), call.message());
+    int result = waitFor(pending);
     // A keyring may fail to recognise a new client while another one leaves, and then denies the
     // method without having run it. At the second call it knows the client.
-    if (owner_.empty() && sd_bus_error_has_name(&error.value, SD_BUS_ERROR_UNKNOWN_METHOD) > 0) {
-        sd_bus_error_free(&error.value);
-        result = sd_bus_call(bus_.get(), call.message(), 0, &error.value, &answer);
+    if (owner_.empty() && result > 0 && meansNoSuchMethod(pending.error())) {
+        pending.sendAgain();
+        result = waitFor(pending);
     }
-    if (result < 0) {
-        if (meansNoService(error.value))
+    if (result <= 0)
+        return Reply(statusOfResult(result == 0 ? -ETIMEDOUT : result));
+    if (const sd_bus_error* error = pending.error()) {
+        if (meansNoService(*error))
             return Reply(owner_.empty() ? errSecServiceNotAvailable : errSecIO);
-        return Reply::failure(call, error.value);
+        return Reply::failure(call, *error);
     }
+    Message answer = pending.takeAnswer();
     // From now on only this very process counts: one that takes its place knows nothing of our
     // session and may mean something else by the same object path.
-    owner_ = sd_bus_message_get_sender(answer);
-    return Reply(Message(answer));
+    owner_ = sd_bus_message_get_sender(answer.get());
+    return Reply(std::move(answer));
+}
+
+int SecretService::waitFor(PendingCall& pending) {
+    int result = pending.wait(secretServiceTimeLimit);
+    while (result == 0 && isAskingUser())
+        result = pending.wait(secretServiceTimeLimit);
+    return result;
+}
+
+bool SecretService::isAskingUser() {
+    // Some keyrings have a database unlocked before they answer a search. Whoever answers another
+    // call meanwhile does not hang.
+    Call probe = newCall({servicePath, propertiesInterface, "Get"});
+    probe.text(serviceInterface).text("Collections");
+    if (!secretServiceMayAskUser || probe.status() != errSecSuccess)
+        return false;
+    PendingCall pending(bus_.get(), probe.message());
+    return pending.wait(secretServiceTimeLimit) > 0 && pending.error() == nullptr;
 }
 
 OSStatus SecretService::search(const Attributes& attributes, Matches& matches) {
@@ -256,6 +175,22 @@ OSStatus SecretService::openDefaultCollection(ObjectPath& collection) {
     return status == errSecSuccess ? unlock(collection) : status;
 }
 
+OSStatus SecretService::isDefaultCollectionUnlocked(bool& unlocked) {
+    Call alias = newCall({servicePath, serviceInterface, "ReadAlias"});
+    alias.text("default").withoutStarting();
+    ObjectPath collection;
+    const OSStatus status = send(alias).path(collection).status();
+    unlocked = false;
+    if (status != errSecSuccess || collection == noObject)
+        return status;
+    Call property = newCall({collection.c_str(), propertiesInterface, "Get"});
+    property.text(collectionInterface).text("Locked");
+    bool locked = true;
+    const OSStatus statusOfProperty = send(property).variant(locked).status();
+    unlocked = !locked;
+    return statusOfProperty;
+}
+
 OSStatus SecretService::createDefaultCollection(ObjectPath& collection) {
     Call call = newCall({servicePath, serviceInterface, "CreateCollection"});
     call.open(SD_BUS_TYPE_ARRAY, "{sv}").open(SD_BUS_TYPE_DICT_ENTRY, "sv");
@@ -290,6 +225,8 @@ OSStatus SecretService::createItem(const ObjectPath& collection, const std::stri
 OSStatus SecretService::askUser(const ObjectPath& prompt, ObjectPath& result) {
     if (prompt == noObject)
         return errSecSuccess;
+    if (!secretServiceMayAskUser)
+        return errSecInteractionNotAllowed;
     PromptWatch watch;
     if (const OSStatus status = watch.start(bus_.get(), owner_, prompt); status != errSecSuccess)
         return status;

@@ -13,6 +13,7 @@ struct sd_bus;
 namespace platform {
 
 class Call;
+class PendingCall;
 class Reply;
 struct Method;
 
@@ -20,13 +21,18 @@ struct Method;
 // NOLINTNEXTLINE(cert-err58-cpp): a constant initialiser throws nothing
 inline constinit std::chrono::microseconds secretServiceTimeLimit{10'000'000};
 
+/// Whether the keyring may ask the user; where it would have to and may not, an operation ends with
+/// errSecInteractionNotAllowed.
+inline bool secretServiceMayAskUser = true;
+
 /// A client of the user's keyring: the freedesktop Secret Service API, on a connection of its own
 /// to the session bus. Secrets cross the bus as they are (session algorithm "plain"): whoever can
 /// listen to the bus can ask the keyring itself.
 ///
-/// Each operation waits for its answer, at most secretServiceTimeLimit, except where the user is
-/// asked: a prompt is waited for until it is completed or the keyring or the bus goes away. Not for
-/// use on several threads at a time.
+/// Each operation waits for its answer, at most twice secretServiceTimeLimit, except where the user
+/// is asked: a prompt is waited for until it is completed or the keyring or the bus goes away, and
+/// a keyring that asks before it answers (it still answers other calls) for as long as it does. Not
+/// for use on several threads at a time.
 ///
 /// Statuses: errSecNotAvailable (no session bus), errSecServiceNotAvailable (nothing on the bus is
 /// or can be started as a keyring), errSecIO (keyring or bus went away in the middle),
@@ -63,6 +69,10 @@ public:
     /// has none, and unlocked, asking the user, where it is locked.
     OSStatus openDefaultCollection(ObjectPath& collection);
 
+    /// Whether there is such a collection and it is unlocked. Asks nobody, and does not start a
+    /// keyring that is not running.
+    OSStatus isDefaultCollectionUnlocked(bool& unlocked);
+
     /// Creates the item, or replaces the one of the collection that has exactly these attributes.
     OSStatus createItem(const ObjectPath& collection, const std::string& label,
                         const Attributes& attributes, const std::string& secret);
@@ -78,6 +88,8 @@ private:
     static OSStatus waitUntilReady(sd_bus* bus);
     Call newCall(const Method& method);
     Reply send(const Call& call);
+    int waitFor(PendingCall& pending);
+    bool isAskingUser();
     OSStatus openSession();
     OSStatus createDefaultCollection(ObjectPath& collection);
     OSStatus askUser(const ObjectPath& prompt, ObjectPath& result);

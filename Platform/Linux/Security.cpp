@@ -1,14 +1,13 @@
 #include "Platform/Security.h"
 
 #include "KeychainRecord.h"
+#include "Platform/KeychainQuery.h"
 #include "SecretService.h"
 
 #include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstring>
-#include <initializer_list>
-#include <optional>
 #include <utility>
 
 namespace platform {
@@ -53,35 +52,6 @@ struct SecretRecord : KeychainRecord {
     SecretRecord& operator=(const SecretRecord&) = delete;
 };
 
-template <typename Value>
-const Value* find(const SecDictionary& dictionary, SecKey key) {
-    const auto entry = dictionary.find(key);
-    return entry == dictionary.end() ? nullptr : std::get_if<Value>(&entry->second);
-}
-
-bool asks(const SecDictionary& query, SecKey key) {
-    const bool* value = find<bool>(query, key);
-    return value != nullptr && *value;
-}
-
-template <typename Value>
-bool isAbsentOr(const SecDictionary& dictionary, std::initializer_list<SecKey> keys) {
-    return std::all_of(keys.begin(), keys.end(), [&](SecKey key) {
-        return !dictionary.contains(key) || find<Value>(dictionary, key) != nullptr;
-    });
-}
-
-bool holdsOnly(const SecDictionary& dictionary, std::initializer_list<SecKey> keys) {
-    return std::all_of(dictionary.begin(), dictionary.end(), [&](const auto& entry) {
-        return std::find(keys.begin(), keys.end(), entry.first) != keys.end();
-    });
-}
-
-bool isMatchLimitOneOrAbsent(const SecDictionary& query) {
-    const auto* limit = find<std::string>(query, kSecMatchLimit);
-    return !query.contains(kSecMatchLimit) || (limit != nullptr && *limit == kSecMatchLimitOne);
-}
-
 /// The four characters, or a number where one of them cannot be printed.
 std::string textOfCode(std::int32_t code) {
     const auto bits = static_cast<std::uint32_t>(code);
@@ -96,40 +66,19 @@ std::string textOfCode(std::int32_t code) {
     return number.data();
 }
 
-/// What identifies the item, as attributes of the keyring, or absent when the dictionary does not
-/// say it.
-std::optional<SecretService::Attributes> identity(const SecDictionary& dictionary) {
-    const auto* itemClass = find<std::string>(dictionary, kSecClass);
-    const auto* service = find<std::string>(dictionary, kSecAttrService);
-    const auto* creator = find<std::int32_t>(dictionary, kSecAttrCreator);
-    const bool complete = itemClass != nullptr && *itemClass == kSecClassGenericPassword &&
-                          service != nullptr && creator != nullptr;
-    if (!complete || !isValidUTF8(*service) || service->find('\0') != std::string::npos)
-        return std::nullopt;
-    return SecretService::Attributes{
-        {"class", "generic-password"}, {"service", *service}, {"creator", textOfCode(*creator)}};
-}
-
-std::optional<SecretService::Attributes> identityInQuery(const SecDictionary& query) {
-    const bool sound =
-        holdsOnly(query, {kSecClass, kSecAttrService, kSecAttrCreator, kSecReturnRef,
-                          kSecReturnAttributes, kSecReturnData, kSecMatchLimit}) &&
-        isAbsentOr<bool>(query, {kSecReturnRef, kSecReturnAttributes, kSecReturnData}) &&
-        isMatchLimitOneOrAbsent(query);
-    return sound ? identity(query) : std::nullopt;
-}
-
-bool isSoundChangeSet(const SecDictionary& set) {
-    return isAbsentOr<Data>(set, {kSecValueData, kSecAttrGeneric}) &&
-           isAbsentOr<std::string>(set, {kSecAttrAccount});
+/// What identifies the item of a sound dictionary, as attributes of the keyring.
+SecretService::Attributes identity(const SecDictionary& dictionary) {
+    return {{"class", "generic-password"},
+            {"service", std::get<std::string>(dictionary.at(kSecAttrService))},
+            {"creator", textOfCode(std::get<std::int32_t>(dictionary.at(kSecAttrCreator)))}};
 }
 
 void applyChanges(const SecDictionary& set, KeychainRecord& record) {
-    if (const auto* value = find<Data>(set, kSecValueData))
+    if (const auto* value = findValue<Data>(set, kSecValueData))
         record.value = *value;
-    if (const auto* account = find<std::string>(set, kSecAttrAccount))
+    if (const auto* account = findValue<std::string>(set, kSecAttrAccount))
         record.account = *account;
-    if (const auto* generic = find<Data>(set, kSecAttrGeneric))
+    if (const auto* generic = findValue<Data>(set, kSecAttrGeneric))
         record.generic = *generic;
 }
 
@@ -199,19 +148,17 @@ bool encode(const KeychainRecord& record, SecretText& secret) {
 } // namespace
 
 OSStatus SecItemCopyMatching(const SecDictionary& query, SecResult& result) {
-    const auto attributes = identityInQuery(query);
-    const bool asksForRecord = asks(query, kSecReturnAttributes) || asks(query, kSecReturnData);
-    if (!attributes || (asksForRecord && asks(query, kSecReturnRef)))
+    if (!isSoundQuery(query))
         return errSecParam;
     std::unique_ptr<SecretService> service;
     SecretService::ObjectPath item;
-    OSStatus status = connectAndFind(*attributes, service, item);
+    OSStatus status = connectAndFind(identity(query), service, item);
     SecretRecord record;
-    if (status == errSecSuccess && asksForRecord)
+    if (status == errSecSuccess && asksForRecord(query))
         status = readRecord(*service, item, record);
     if (status != errSecSuccess)
         return status;
-    if (asksForRecord)
+    if (asksForRecord(query))
         result = resultOfRecord(query, record);
     else if (asks(query, kSecReturnRef))
         result = std::make_unique<KeyringItem>(std::move(service), std::move(item));
@@ -219,13 +166,11 @@ OSStatus SecItemCopyMatching(const SecDictionary& query, SecResult& result) {
 }
 
 OSStatus SecItemUpdate(const SecDictionary& query, const SecDictionary& attributesToUpdate) {
-    const auto attributes = identityInQuery(query);
-    if (!attributes || !isSoundChangeSet(attributesToUpdate) ||
-        !holdsOnly(attributesToUpdate, {kSecValueData, kSecAttrAccount, kSecAttrGeneric}))
+    if (!isSoundQuery(query) || !isSoundChangeSet(attributesToUpdate))
         return errSecParam;
     std::unique_ptr<SecretService> service;
     SecretService::ObjectPath item;
-    OSStatus status = connectAndFind(*attributes, service, item);
+    OSStatus status = connectAndFind(identity(query), service, item);
     SecretRecord record;
     if (status == errSecSuccess)
         status = readRecord(*service, item, record);
@@ -239,22 +184,20 @@ OSStatus SecItemUpdate(const SecDictionary& query, const SecDictionary& attribut
 }
 
 OSStatus SecItemAdd(const SecDictionary& attributes) {
+    if (!isSoundItem(attributes))
+        return errSecParam;
     const auto itemIdentity = identity(attributes);
-    const bool sound =
-        holdsOnly(attributes, {kSecClass, kSecAttrService, kSecAttrCreator, kSecValueData,
-                               kSecAttrAccount, kSecAttrGeneric, kSecMatchLimit}) &&
-        isSoundChangeSet(attributes) && attributes.contains(kSecValueData);
     SecretRecord record;
     applyChanges(attributes, record);
     SecretText secret;
-    if (!itemIdentity || !sound || !encode(record, secret))
+    if (!encode(record, secret))
         return errSecParam;
 
     std::unique_ptr<SecretService> service;
     OSStatus status = SecretService::connect(service);
     SecretService::Matches matches;
     if (status == errSecSuccess)
-        status = service->search(*itemIdentity, matches);
+        status = service->search(itemIdentity, matches);
     if (status == errSecSuccess && !(matches.unlocked.empty() && matches.locked.empty()))
         return errSecDuplicateItem;
     SecretService::ObjectPath collection;
@@ -262,13 +205,29 @@ OSStatus SecItemAdd(const SecDictionary& attributes) {
         status = service->openDefaultCollection(collection);
     if (status != errSecSuccess)
         return status;
-    const std::string& label = itemIdentity->at("service");
-    return service->createItem(collection, label, *itemIdentity, secret.text);
+    const std::string& label = itemIdentity.at("service");
+    return service->createItem(collection, label, itemIdentity, secret.text);
 }
 
 OSStatus SecKeychainItemDelete(const SecKeychainItem& item) {
     const auto* keyringItem = dynamic_cast<const KeyringItem*>(&item);
     return keyringItem != nullptr ? keyringItem->remove() : errSecParam;
+}
+
+OSStatus SecKeychainGetStatus(SecKeychainStatus& keychainStatus) {
+    std::unique_ptr<SecretService> service;
+    OSStatus status = SecretService::connect(service);
+    bool unlocked = false;
+    if (status == errSecSuccess)
+        status = service->isDefaultCollectionUnlocked(unlocked);
+    if (status == errSecSuccess)
+        keychainStatus = unlocked ? kSecUnlockStateStatus : SecKeychainStatus(0);
+    return status;
+}
+
+OSStatus SecKeychainSetUserInteractionAllowed(bool state) {
+    secretServiceMayAskUser = state;
+    return errSecSuccess;
 }
 
 } // namespace platform

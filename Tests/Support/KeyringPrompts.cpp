@@ -15,7 +15,7 @@ void KeyringPrompts::answerDuring(const std::function<void()>& operation,
     bool prompted = false;
     std::thread user([&] {
         while (!ended) {
-            if (display_.showsWindow("gcr-prompter")) {
+            if (display_.showsWindow(KeyringProgram::underTest().promptWindow())) {
                 prompted = true;
                 answer();
             }

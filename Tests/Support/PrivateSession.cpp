@@ -1,6 +1,7 @@
 #include "PrivateSession.h"
 
 #include <array>
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
@@ -83,27 +84,34 @@ void PrivateSession::startBus(const Services& services) {
 }
 
 void PrivateSession::startKeyring(Keyring keyring) {
-    keyring_.reset();
-    Program program{{"gnome-keyring-daemon", "--foreground", "--components=secrets"}};
-    if (keyring == Keyring::unlocked) {
-        program.arguments.emplace_back("--unlock");
-        program.standardInput = keyringPassword;
-    }
-    const auto isReady = [keyring] {
-        return keyring == Keyring::unlocked ? isUnlocked(defaultCollection)
-                                            : hasOwner("org.freedesktop.secrets");
+    endKeyring();
+    const KeyringProgram& program = KeyringProgram::underTest();
+    keyring_.emplace(keyring == Keyring::unlocked ? program.unlocked() : program.locked());
+    const auto isReady = [&] {
+        if (!hasOwner("org.freedesktop.secrets"))
+            return false;
+        if (keyring == Keyring::unlocked)
+            program.unlock();
+        return keyring == Keyring::locked || isUnlocked(defaultCollection);
     };
-    // The name of a keyring that was killed may be its own for a moment longer.
-    waitUntil([] { return !hasOwner("org.freedesktop.secrets"); });
-    keyring_.emplace(program);
-    if (!waitUntil(isReady))
+    if (!waitUntil([&] { return isReady() || !keyring_->isRunning(); }) || !keyring_->isRunning())
         throw std::runtime_error("No keyring: " + keyring_->standardError());
 }
 
+void PrivateSession::endKeyring() {
+    if (keyring_) {
+        if (keyring_->isRunning() && hasOwner("org.freedesktop.secrets"))
+            KeyringProgram::underTest().save();
+        keyring_->sendSignal(SIGTERM);
+        keyring_->wait();
+        keyring_.reset();
+    }
+    // The name of a keyring that was killed may be its own for a moment longer.
+    waitUntil([] { return !hasOwner("org.freedesktop.secrets"); });
+}
+
 void PrivateSession::lockKeyring() {
-    const auto answer = callMethod("org.freedesktop.secrets", "/org/freedesktop/secrets",
-                                   "org.freedesktop.Secret.Service.Lock",
-                                   {"array:objpath:" + std::string(defaultCollection)});
-    if (!answer || isUnlocked(defaultCollection))
+    runProgram({{"secret-tool", "lock", "--collection=login"}});
+    if (isUnlocked(defaultCollection))
         throw std::runtime_error("The keyring was not locked");
 }

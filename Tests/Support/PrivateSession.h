@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ChildProcess.h"
+#include "KeyringProgram.h"
 #include "SetVariable.h"
 #include "TemporaryFolder.h"
 
@@ -10,9 +11,10 @@
 #include <string>
 
 /// A desktop session of a test's own: a home folder, a session bus and, when asked for, a real
-/// keyring. The test's process and the programs it starts are in the session as long as this lives;
-/// afterwards they are where they were. One at a time; for the main thread, before others are
-/// started. Throws std::runtime_error when a service does not come up.
+/// keyring, that of the keyring program under test. The test's process and the programs it starts
+/// are in the session as long as this lives; afterwards they are where they were. One at a time;
+/// for the main thread, before others are started. Throws std::runtime_error when a service does
+/// not come up.
 class PrivateSession {
 public:
     /// The names that the bus starts services for, each with the service's command line.
@@ -23,7 +25,7 @@ public:
         locked    ///< with what an earlier keyring of this session left; at first there is none
     };
 
-    static constexpr const char* keyringPassword = "a password";
+    static constexpr const char* keyringPassword = KeyringProgram::password;
 
     /// The object path of the default keyring.
     static constexpr const char* defaultCollection = "/org/freedesktop/secrets/collection/login";
@@ -36,7 +38,8 @@ public:
     const std::filesystem::path& folder() const { return folder_.path(); }
     ChildProcess& bus() { return *bus_; }
 
-    /// Starts the keyring, or starts it anew. What it kept before is there again.
+    /// Starts the keyring, or ends it orderly and starts it anew. What it kept before is there
+    /// again.
     void startKeyring(Keyring keyring);
 
     /// The keyring that was started last.
@@ -48,6 +51,7 @@ public:
 private:
     void enterFolder();
     void startBus(const Services& services);
+    void endKeyring();
     void writeConfiguration(const Services& services) const;
 
     TemporaryFolder folder_;

@@ -16,10 +16,10 @@ VirtualDisplay::VirtualDisplay()
     display_.emplace("DISPLAY", ":" + line.substr(0, line.find('\n')));
 }
 
-bool VirtualDisplay::showsWindow(const std::string& windowClass) const {
-    const ProgramResult result =
-        runProgram({{"xdotool", "search", "--onlyvisible", "--class", windowClass}});
-    return !result.standardOutput.empty();
+bool VirtualDisplay::showsWindow(const std::vector<std::string>& options) const {
+    Program search{{"xdotool", "search", "--onlyvisible"}};
+    search.arguments.insert(search.arguments.end(), options.begin(), options.end());
+    return !runProgram(search).standardOutput.empty();
 }
 
 void VirtualDisplay::typeText(const std::string& text) const {

@@ -1,6 +1,6 @@
-#include "KeychainQueries.h"
 #include "Platform/Linux/SecretService.h"
 #include "Platform/Security.h"
+#include "Support/KeychainQueries.h"
 #include "Support/PrivateSession.h"
 
 #include <gtest/gtest.h>

@@ -1,10 +1,14 @@
-#include "KeychainQueries.h"
+#include "Platform/Linux/SecretService.h"
 #include "Platform/Security.h"
+#include "Support/KeychainQueries.h"
 #include "Support/KeyringPrompts.h"
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <functional>
+#include <optional>
+#include <utility>
 
 using namespace platform;
 
@@ -47,6 +51,19 @@ TEST_F(LockedKeyring, IsReadOnceTheUserHasUnlockedIt) {
                   [this] { prompts.typePassword(); }),
               errSecSuccess);
     EXPECT_EQ(value, "token");
+}
+
+TEST_F(LockedKeyring, WaitsLongerForTheUserThanForAnAnswer) {
+    using Clock = std::chrono::steady_clock;
+    const auto limitBefore = std::exchange(secretServiceTimeLimit, std::chrono::milliseconds(500));
+    std::optional<Clock::time_point> seen;
+    const auto typeLate = [&] {
+        seen = seen.value_or(Clock::now());
+        if (Clock::now() - *seen > 4 * secretServiceTimeLimit)
+            prompts.typePassword();
+    };
+    EXPECT_EQ(runWithUser(statusOfReading, typeLate), errSecSuccess);
+    secretServiceTimeLimit = limitBefore;
 }
 
 TEST_F(LockedKeyring, IsUpdatedOnceTheUserHasUnlockedIt) {
@@ -99,7 +116,6 @@ TEST_F(LockedKeyring, CannotBeUnlockedWhereNothingCanAskTheUser) {
 TEST_F(SecurityPrompt, MakesTheDefaultKeyringWhereThereIsNone) {
     session.startKeyring(PrivateSession::Keyring::locked);
     EXPECT_EQ(statusOfReading(), errSecItemNotFound);
-    // No password, and then the confirmation that none is wanted.
     // No password, and then the confirmation that none is wanted.
     const auto proceed = [this] { prompts.proceed(); };
     EXPECT_EQ(runWithUser([] { return addItem("token"); }, proceed), errSecSuccess);
