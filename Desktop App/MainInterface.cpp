@@ -1,14 +1,17 @@
 #include "MainInterface.h"
 
 #include "AppDelegate.h"
+#include "LocalizedText.h"
 #include "Platform/Application.h"
-#include "Platform/Bundle.h"
+#include "Platform/WindowOrdering.h"
 #include "ui_MainInterface.h"
 
+#include <QAccessibleWidget>
 #include <QCloseEvent>
 #include <QGuiApplication>
 #include <QPointer>
 #include <QShortcut>
+#include <QTimer>
 #include <utility>
 
 namespace {
@@ -17,21 +20,6 @@ constexpr double headingScale = 1.5;
 constexpr double footnoteScale = 0.85;
 constexpr int contentWidthInCharacters = 66;
 constexpr double providerHeightScale = 1.35;
-
-QString localized(const QString& key) {
-    // The empty text is no key: its translation is the catalogue's header.
-    if (key.isEmpty())
-        return key;
-    return QString::fromStdString(
-        platform::Bundle::mainBundle().localizedStringForKey(key.toStdString(), "", std::nullopt));
-}
-
-/// Looks up a text property of the widget, if it has it, in the user's language.
-void localizeProperty(QWidget& widget, const char* name) {
-    const QVariant text = widget.property(name);
-    if (text.isValid())
-        widget.setProperty(name, localized(text.toString()));
-}
 
 QFont scaled(QFont font, double factor) {
     if (font.pointSizeF() > 0)
@@ -44,6 +32,18 @@ QFont scaled(QFont font, double factor) {
 void showIfPresent(QLabel& label, const QString& text) {
     label.setText(text);
     label.setVisible(!text.isEmpty());
+}
+
+void keepSizeWhenHidden(QWidget& widget) {
+    QSizePolicy policy = widget.sizePolicy();
+    policy.setRetainSizeWhenHidden(true);
+    widget.setSizePolicy(policy);
+}
+
+/// To assistive tools the widget is a window, and not just something that holds others.
+QAccessibleInterface* accessibleWindow(const QString&, QObject* object) {
+    auto* const window = dynamic_cast<RegistrationWindow*>(object);
+    return window == nullptr ? nullptr : new QAccessibleWidget(window, QAccessible::Window);
 }
 
 } // namespace
@@ -64,8 +64,9 @@ RegistrationWindow::RegistrationWindow(std::shared_ptr<VTRegistrationController>
                                        const std::optional<std::string>& version,
                                        const std::optional<std::string>& copyright)
     : ui_(std::make_unique<Ui::RegistrationWindow>()), controller_(std::move(controller)) {
+    QAccessible::installFactory(accessibleWindow);
     ui_->setupUi(this);
-    localizeTexts();
+    localizeTexts(*this);
     showFootnotes(version, copyright);
     setSizes();
     connectOutlets();
@@ -76,16 +77,6 @@ RegistrationWindow::RegistrationWindow(std::shared_ptr<VTRegistrationController>
 }
 
 RegistrationWindow::~RegistrationWindow() = default;
-
-void RegistrationWindow::localizeTexts() {
-    QList<QWidget*> widgets = findChildren<QWidget*>();
-    widgets.append(this);
-    for (QWidget* const widget : widgets) {
-        for (const char* const property :
-             {"text", "windowTitle", "placeholderText", "accessibleName", "accessibleDescription"})
-            localizeProperty(*widget, property);
-    }
-}
 
 void RegistrationWindow::showFootnotes(const std::optional<std::string>& version,
                                        const std::optional<std::string>& copyright) {
@@ -101,20 +92,23 @@ void RegistrationWindow::setSizes() {
     ui_->headingLabel->setFont(headingFont);
     ui_->versionLabel->setFont(scaled(font(), footnoteScale));
     ui_->copyrightLabel->setFont(scaled(font(), footnoteScale));
-    ui_->explanationLabel->setFixedWidth(contentWidthInCharacters *
-                                         fontMetrics().averageCharWidth());
+    const int textWidth = contentWidthInCharacters * fontMetrics().averageCharWidth();
+    ui_->explanationLabel->setFixedWidth(textWidth);
+    ui_->pendingSignIn->setTextWidth(textWidth);
 
     const QSize hint = ui_->googleButton->sizeHint().expandedTo(ui_->microsoftButton->sizeHint());
     for (QPushButton* const provider : {ui_->googleButton, ui_->microsoftButton})
         provider->setMinimumSize(hint.width(), qRound(hint.height() * providerHeightScale));
 
     // Nothing moves when the progress appears, whatever it says.
-    QSizePolicy kept = ui_->progress->sizePolicy();
-    kept.setRetainSizeWhenHidden(true);
-    ui_->progress->setSizePolicy(kept);
+    keepSizeWhenHidden(*ui_->progress);
+    keepSizeWhenHidden(*ui_->progressBar);
+    QStringList texts = PendingSignIn::feedbackTexts();
+    for (const Wait wait : {Wait::listing, Wait::login, Wait::completion})
+        texts.append(textFor(wait));
     QSize largest;
-    for (const Wait wait : {Wait::listing, Wait::login, Wait::completion}) {
-        ui_->statusLabel->setText(textFor(wait));
+    for (const QString& text : texts) {
+        ui_->statusLabel->setText(text);
         largest = largest.expandedTo(ui_->statusLabel->sizeHint());
     }
     ui_->statusLabel->setMinimumSize(largest);
@@ -139,9 +133,11 @@ void RegistrationWindow::bindControls() {
     const auto* const escape = new QShortcut(QKeySequence(QKeySequence::Cancel), this);
     connect(escape, &QShortcut::activated, this, [this] { controller_->cancel(this); });
 
+    connect(ui_->pendingSignIn, &PendingSignIn::feedback, this, &RegistrationWindow::showStatus);
+
     observe("isServerSelected", &RegistrationWindow::showSelection);
     observe("isCustom", &RegistrationWindow::showSelection);
-    observe("customServerText", &RegistrationWindow::enableProviderButtons);
+    observe("customServerText", &RegistrationWindow::enableControls);
     observe("working", &RegistrationWindow::showWorking);
 }
 
@@ -157,19 +153,35 @@ void RegistrationWindow::observe(const std::string& key, void (RegistrationWindo
 
 void RegistrationWindow::showSelection() {
     ui_->customServer->setVisible(controller_->isCustom());
-    enableProviderButtons();
+    enableControls();
 }
 
 void RegistrationWindow::showWorking() {
-    if (controller_->working()) {
-        ui_->statusLabel->setText(textFor(nextWait_));
-        // Tells screen readers that the text is another one.
-        ui_->statusLabel->setAccessibleName(ui_->statusLabel->text());
+    const bool working = controller_->working();
+    if (working) {
+        showStatus(textFor(nextWait_));
         // Work that neither the listing nor a button of this window began is a completion.
         nextWait_ = Wait::completion;
     }
-    ui_->progress->setVisible(controller_->working());
-    enableProviderButtons();
+    ui_->progressBar->setVisible(working);
+    ui_->progress->setVisible(working);
+    enableControls();
+    lookForPendingSignIn();
+}
+
+void RegistrationWindow::showStatus(const QString& text) {
+    ui_->statusLabel->setText(text);
+    // Tells screen readers that the text is another one.
+    ui_->statusLabel->setAccessibleName(text);
+    ui_->progress->setVisible(true);
+}
+
+void RegistrationWindow::lookForPendingSignIn() {
+    // Later, so that whatever goes on is done with and the window shows its face first.
+    QTimer::singleShot(0, this, [this] {
+        if (isVisible() && !controller_->working())
+            ui_->pendingSignIn->refresh();
+    });
 }
 
 bool RegistrationWindow::canSignIn() const {
@@ -178,18 +190,23 @@ bool RegistrationWindow::canSignIn() const {
     return !controller_->isCustom() || !ui_->customServerField->text().trimmed().isEmpty();
 }
 
-void RegistrationWindow::enableProviderButtons() {
-    const bool enabled = canSignIn();
+void RegistrationWindow::enableControls() {
+    const std::initializer_list<std::pair<QWidget*, bool>> controls = {
+        {ui_->googleButton, canSignIn()},
+        {ui_->microsoftButton, canSignIn()},
+        {ui_->pendingSignIn, !controller_->working()}};
     QWidget* const focused = focusWidget();
-    // A disabled button hands the focus on to the next control, which would be "Cancel".
-    if (!enabled && (focused == ui_->googleButton || focused == ui_->microsoftButton)) {
-        focusToReturn_ = focused;
-        ui_->serverPopUp->setFocus();
+    for (const auto& [control, enabled] : controls) {
+        // A disabled control hands the focus on to the next one, which might be "Cancel".
+        const bool hasFocus = control == focused || control->isAncestorOf(focused);
+        if (!enabled && hasFocus) {
+            focusToReturn_ = focused;
+            ui_->serverPopUp->setFocus();
+        }
+        control->setEnabled(enabled);
     }
-    ui_->googleButton->setEnabled(enabled);
-    ui_->microsoftButton->setEnabled(enabled);
-    if (enabled && focusToReturn_ != nullptr) {
-        if (focused == ui_->serverPopUp)
+    if (focusToReturn_ != nullptr && focusToReturn_->isEnabled()) {
+        if (focused == ui_->serverPopUp && focusToReturn_->isVisible())
             focusToReturn_->setFocus();
         focusToReturn_ = nullptr;
     }
@@ -198,6 +215,25 @@ void RegistrationWindow::enableProviderButtons() {
 void RegistrationWindow::signIn(QPushButton* provider) {
     nextWait_ = Wait::login;
     controller_->ok(provider);
+}
+
+void RegistrationWindow::showEvent(QShowEvent* event) {
+    QWidget::showEvent(event);
+    if (!event->spontaneous())
+        awaitsPaint_ = true;
+}
+
+void RegistrationWindow::paintEvent(QPaintEvent* event) {
+    QWidget::paintEvent(event);
+    if (std::exchange(awaitsPaint_, false))
+        lookForPendingSignIn();
+}
+
+void RegistrationWindow::resizeEvent(QResizeEvent* event) {
+    QWidget::resizeEvent(event);
+    const bool grows = event->size().height() > event->oldSize().height();
+    if (isVisible() && grows)
+        platform::constrainFrameToScreen(this);
 }
 
 void RegistrationWindow::closeEvent(QCloseEvent* event) {

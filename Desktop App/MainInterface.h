@@ -14,6 +14,9 @@ class RegistrationWindow;
 /// The registration window as the interface file lays it out, in the user's language, with its
 /// controls bound to the properties of the controller. On the main thread.
 ///
+/// Whenever it comes on the screen, and whenever some work is done, it looks whether a registration
+/// is pending, and then offers to help the sign-in along.
+///
 /// Closing the window and Escape do what the cancel button does.
 class RegistrationWindow : public QWidget {
 public:
@@ -25,6 +28,9 @@ public:
     ~RegistrationWindow() override;
 
 protected:
+    void showEvent(QShowEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
 
 private:
@@ -33,7 +39,6 @@ private:
 
     static QString textFor(Wait wait);
 
-    void localizeTexts();
     void setSizes();
     void showFootnotes(const std::optional<std::string>& version,
                        const std::optional<std::string>& copyright);
@@ -43,12 +48,15 @@ private:
 
     void showSelection();
     void showWorking();
-    void enableProviderButtons();
+    void showStatus(const QString& text);
+    void lookForPendingSignIn();
     bool canSignIn() const;
+    void enableControls();
     void signIn(QPushButton* provider);
 
     std::unique_ptr<Ui::RegistrationWindow> ui_;
     std::shared_ptr<VTRegistrationController> controller_;
     Wait nextWait_ = Wait::listing;
     QWidget* focusToReturn_ = nullptr;
+    bool awaitsPaint_ = false;
 };

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 
 namespace platform {
 
@@ -48,6 +49,12 @@ public:
     /// Ends the application: NSApplicationMain returns 0. Requests under way are broken off. On the
     /// main thread only.
     static void terminate();
+
+    /// Delivers a URL as a get-URL event, just as one that the desktop hands over: after those that
+    /// came earlier, at once when none of them is still being handled. False, and nothing is
+    /// delivered, when the application is ending or nothing handles such events. On the main thread
+    /// only.
+    static bool deliverURL(const std::string& url);
 };
 
 } // namespace platform

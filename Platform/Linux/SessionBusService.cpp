@@ -3,6 +3,7 @@
 #include "ApplicationAdaptor.h"
 #include "Platform/Log.h"
 
+#include <QCoreApplication>
 #include <QDBusConnectionInterface>
 #include <QDBusError>
 #include <QDBusReply>
@@ -39,6 +40,15 @@ QDBusMessage openOrActivate(const QString& owner, const QStringList& urls,
     if (!urls.isEmpty())
         call << urls;
     return call << platformData;
+}
+
+/// True when the bus itself answers the call.
+bool callBus(const QDBusConnection& bus, const QString& method, const QVariantList& arguments) {
+    QDBusMessage call = QDBusMessage::createMethodCall(
+        "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", method);
+    call.setArguments(arguments);
+    return bus.call(call, QDBus::Block, endingLimitInMilliseconds).type() ==
+           QDBusMessage::ReplyMessage;
 }
 
 /// Calls the process that has the name. The call goes to that very process and not to the name, so
@@ -103,10 +113,18 @@ bool SessionBusService::takeName() {
 
 void SessionBusService::deliverTo(Receiver receiver) {
     receiver_ = std::move(receiver);
-    deliver();
+    deliverWaiting();
 }
 
-void SessionBusService::deliver() {
+bool SessionBusService::deliver(const QString& url) {
+    if (stopped_)
+        return false;
+    calls_.push_back({QStringList(url), {}, {}});
+    deliverWaiting();
+    return true;
+}
+
+void SessionBusService::deliverWaiting() {
     if (!receiver_.open || delivering_)
         return;
     delivering_ = true;
@@ -126,17 +144,27 @@ void SessionBusService::deliver() {
 void SessionBusService::stop() {
     if (std::exchange(stopped_, true))
         return;
-    refuse();
+    if (!bus_.isConnected())
+        return;
+    // From its answer on, a call to the name is for whoever comes next; the others are here.
+    nameIsReleased_ = callBus(bus_, "ReleaseName", {serviceName});
+    passOn();
+    QCoreApplication::sendPostedEvents(this);
     // Waiting for this answer makes sure that those above are on their way too.
-    QDBusMessage release = QDBusMessage::createMethodCall(
-        "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "ReleaseName");
-    if (bus_.isConnected())
-        bus_.call(release << serviceName, QDBus::Block, endingLimitInMilliseconds);
+    callBus(bus_, "GetId", {});
 }
 
-void SessionBusService::refuse() {
-    for (const Call& call : std::exchange(calls_, {}))
-        answer(call, call.message.createErrorReply(endingError, endingMessage));
+void SessionBusService::passOn() {
+    for (const Call& call : std::exchange(calls_, {})) {
+        if (call.message.type() != QDBusMessage::MethodCallMessage)
+            continue;
+        const bool isPassedOn =
+            nameIsReleased_ && bus_.call(openOrActivate(serviceName, call.urls, call.platformData),
+                                         QDBus::Block, answerLimitInMilliseconds)
+                                       .type() == QDBusMessage::ReplyMessage;
+        answer(call, isPassedOn ? call.message.createReply()
+                                : call.message.createErrorReply(endingError, endingMessage));
+    }
 }
 
 void SessionBusService::answer(const Call& call, const QDBusMessage& reply) {
@@ -145,22 +173,23 @@ void SessionBusService::answer(const Call& call, const QDBusMessage& reply) {
 }
 
 void SessionBusService::Activate(const QVariantMap& platformData) {
-    // Launching, still to come, shows the window anyway.
     if (stopped_)
-        sendErrorReply(endingError, endingMessage);
+        Open({}, platformData);
     else if (receiver_.activate)
         receiver_.activate(platformData);
+    else // Launching, still to come, shows the window; the right to be in front is for then.
+        calls_.push_front({{}, platformData, {}});
 }
 
 void SessionBusService::Open(const QStringList& uris, const QVariantMap& platformData) {
     setDelayedReply(true);
     calls_.push_back({uris, platformData, message()});
     if (stopped_)
-        refuse();
+        passOn();
     else if (delivering_)
         receiver_.activate(platformData);
     else
-        deliver();
+        deliverWaiting();
 }
 
 void SessionBusService::ActivateAction(const QString& actionName, const QVariantList&,

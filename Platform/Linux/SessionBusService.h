@@ -15,9 +15,9 @@ namespace platform {
 /// Entry Specification): the name com.norvale.tessor belongs to the one application of a session,
 /// and other processes hand it their URLs.
 ///
-/// A call to Open is answered when its URLs are about to be delivered, and refused when the
-/// application ends before that, so that the caller knows whether it still has to take care of
-/// them. Everything is on the main thread.
+/// A call to Open is answered when its URLs are about to be delivered. When the application ends
+/// before that, it is passed on to a successor or refused, so that the caller knows whether it
+/// still has to take care of them. Everything is on the main thread.
 class SessionBusService : public QObject, protected QDBusContext {
     Q_OBJECT
 
@@ -49,8 +49,12 @@ public:
     /// with them does not wait.
     void deliverTo(Receiver receiver);
 
-    /// Refuses what has not been delivered and what still comes in, and gives up the name. A call
-    /// that is not even read any more fails for its caller when the process ends.
+    /// Delivers a URL of this process itself, in its turn. False when it is not delivered any more.
+    bool deliver(const QString& url);
+
+    /// Gives up the name, and passes on what has not been delivered and what still comes in to the
+    /// process that the bus starts in place of this one. Where it starts none, they are refused. A
+    /// call to this very process that is not even read any more fails for its caller.
     void stop();
 
     // Calls from the bus.
@@ -67,8 +71,8 @@ private:
     };
 
     bool takeName();
-    void deliver();
-    void refuse();
+    void deliverWaiting();
+    void passOn();
     void answer(const Call& call, const QDBusMessage& reply);
 
     QDBusConnection bus_;
@@ -76,6 +80,7 @@ private:
     std::deque<Call> calls_;
     bool delivering_ = false;
     bool stopped_ = false;
+    bool nameIsReleased_ = false;
 };
 
 } // namespace platform

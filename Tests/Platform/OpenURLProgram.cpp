@@ -1,5 +1,5 @@
-// Opens the URL that is its argument, says whether that was begun, and runs on until it is ended:
-// what the tests of the workspace look at from outside.
+// Opens the URLs that are its arguments, says of each whether that was begun, and runs on until it
+// is ended: what the tests of the workspace look at from outside.
 
 #include "Platform/Workspace.h"
 
@@ -8,8 +8,10 @@
 
 int main(int argc, char* argv[]) {
     const QCoreApplication application(argc, argv);
-    const auto url = platform::URL::URLWithString(argc == 2 ? argv[1] : "");
-    const bool began = url && platform::Workspace::sharedWorkspace().openURL(*url);
-    std::cout << (began ? "began" : "did not begin") << std::endl;
+    for (const QString& argument : QCoreApplication::arguments().mid(1)) {
+        const auto url = platform::URL::URLWithString(argument.toStdString());
+        const bool began = url && platform::Workspace::sharedWorkspace().openURL(*url);
+        std::cout << (began ? "began" : "did not begin") << std::endl;
+    }
     return QCoreApplication::exec();
 }

@@ -43,6 +43,9 @@ protected:
         makeCommand(programs() / "xdg-open",
                     "out='" + folder_.path().string() +
                         "/opened'\n"
+                        "echo \"$1\" >> '" +
+                        started().string() +
+                        "'\n"
                         "echo $# > \"$out.new\"\n"
                         "echo \"$1\" >> \"$out.new\"\n"
                         "streams=$(readlink /proc/$$/fd/0 /proc/$$/fd/1 /proc/$$/fd/2)\n"
@@ -54,8 +57,11 @@ protected:
 
     std::filesystem::path programs() const { return folder_.path() / "programs"; }
 
-    Program openURL(const std::string& text) const {
-        return {.arguments = {VT_OPEN_URL_PROGRAM, text},
+    Program openURL(const std::string& text) const { return openURLs({text}); }
+
+    Program openURLs(std::vector<std::string> texts) const {
+        texts.insert(texts.begin(), VT_OPEN_URL_PROGRAM);
+        return {.arguments = texts,
                 .environment = {{"PATH", programs().string() + ":/usr/bin:/bin"}}};
     }
 
@@ -65,6 +71,7 @@ protected:
     }
 
     std::vector<std::string> opened() const { return linesOf(folder_.path() / "opened"); }
+    std::filesystem::path started() const { return folder_.path() / "started"; }
     std::filesystem::path asked() const { return folder_.path() / "asked"; }
 
     TemporaryFolder folder_;
@@ -92,6 +99,41 @@ TEST_F(WorkspaceTest, StartsTheCommandWhenThePortalRefuses) {
     EXPECT_TRUE(waitUntil([this] { return !opened().empty(); }));
     EXPECT_EQ(opened().at(1), url);
     EXPECT_THAT(linesOf(asked()), ElementsAre(url));
+}
+
+TEST_F(WorkspaceTest, StartsTheCommandWhenTheRequestFails) {
+    for (const char* const behaviour : {"fails", "fails-late"}) {
+        std::filesystem::remove(folder_.path() / "opened");
+        const PrivateSession session(portal(behaviour));
+        const ChildProcess program(openURL(url));
+        EXPECT_TRUE(waitUntil([this] { return !opened().empty(); })) << behaviour;
+        EXPECT_EQ(opened().at(1), url);
+    }
+}
+
+TEST_F(WorkspaceTest, StartsNoCommandWhenTheRequestSucceedsOrTheUserHasCancelledIt) {
+    // Requests end in the order in which they were made.
+    const PrivateSession session(portal("succeeds is-cancelled fails"));
+    const ChildProcess program(
+        openURLs({"https://one.example/", "https://two.example/", "https://three.example/"}));
+    EXPECT_TRUE(waitUntil([this] { return !opened().empty(); }));
+    EXPECT_EQ(linesOf(asked()).size(), 3U);
+    EXPECT_THAT(linesOf(started()), ElementsAre("https://three.example/"));
+}
+
+TEST_F(WorkspaceTest, RemembersTheLastWebPage) {
+    const SetVariable noBus("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nowhere");
+    platform::Workspace workspace;
+    const SetVariable path("PATH", programs().string() + ":/usr/bin:/bin");
+    EXPECT_FALSE(workspace.lastOpenedURL());
+    const auto open = [&workspace](const char* text) {
+        return workspace.openURL(*platform::URL::URLWithString(text));
+    };
+    EXPECT_TRUE(open("https://one.example/"));
+    EXPECT_TRUE(open("https://Two.example/A"));
+    EXPECT_FALSE(open("mailto:a@example.com"));
+    ASSERT_TRUE(workspace.lastOpenedURL());
+    EXPECT_EQ(workspace.lastOpenedURL()->absoluteString(), "https://Two.example/A");
 }
 
 TEST_F(WorkspaceTest, StartsTheCommandWithoutAPortal) {

@@ -63,6 +63,10 @@ class Control:
     def press(self):
         assert self._call("Action.DoAction", GLib.Variant("(i)", (0,)))[0], "the action failed"
 
+    @property
+    def text(self):
+        return self._call("Text.GetText", GLib.Variant("(ii)", (0, -1)))[0]
+
     def set_text(self, text):
         done = self._call("EditableText.SetTextContents", GLib.Variant("(s)", (text,)))[0]
         assert done, "the text was refused"

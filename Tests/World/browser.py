@@ -11,7 +11,7 @@ from gi.repository import GLib
 
 from session import becomes_true, wait_until
 
-_ANSWER = "Open Ardentra Registration"
+APPLICATION = "Ardentra Registration"
 
 
 def _make_default_browser(session, name, command_text):
@@ -30,6 +30,33 @@ def _make_default_browser(session, name, command_text):
         "[Default Applications]\n"
         "x-scheme-handler/http=browser.desktop\nx-scheme-handler/https=browser.desktop\n"
     )
+
+
+class OtherApplication:
+    """An application that is the user's choice for URLs of some schemes, and only notes them. To be
+    made after the browser, which is a choice, too."""
+
+    NAME = "Another Program"
+
+    def __init__(self, session, schemes):
+        self._urls = session.folder / "urls"
+        command = session.folder / "other-program"
+        command.write_text(f"#!/bin/sh\nprintf '%s\\n' \"$1\" >>'{self._urls}'\n")
+        command.chmod(0o755)
+        types = [f"x-scheme-handler/{scheme}" for scheme in schemes]
+        applications = pathlib.Path(session.environment["XDG_DATA_HOME"]) / "applications"
+        (applications / "other.desktop").write_text(
+            f"[Desktop Entry]\nType=Application\nName={self.NAME}\nExec={command} %u\n"
+            f"MimeType={';'.join(types)};\n"
+        )
+        choices = pathlib.Path(session.environment["XDG_CONFIG_HOME"]) / "mimeapps.list"
+        with open(choices, "a", encoding="utf-8") as lines:
+            lines.writelines(f"{kind}=other.desktop\n" for kind in types)
+
+    def wait_for_url(self):
+        return wait_until(
+            lambda: self._urls.exists() and self._urls.read_text().strip(), "a URL to be opened"
+        )
 
 
 class NotingBrowser:
@@ -54,6 +81,7 @@ class Chromium:
     """The real thing, with a profile of the session, which trusts the server if one is given."""
 
     def __init__(self, session, tool, server=None):
+        self._session = session
         self._tool = tool
         options = [
             f"--user-data-dir='{session.folder / 'chromium-profile'}'",
@@ -87,25 +115,38 @@ class Chromium:
         """Presses the page's button."""
         self.wait_for_sign_in_page().press()
 
-    def wait_for_question(self):
-        """Waits until the browser asks whether the page may open the application."""
-        return self._tool.wait_for("push button", _ANSWER)
+    def close_page(self):
+        """Closes the page in front, which is the only one."""
 
-    def open_application(self):
+        def is_closed():
+            self._session.run("xdotool", "key", "ctrl+w")
+            return becomes_true(lambda: self._tool.find("push button", "Sign in") is None, 2)
+
+        wait_until(is_closed, "the page to be closed")
+
+    def wait_for_question(self, application=APPLICATION):
+        """Waits until the browser asks whether the page may open the application."""
+        return self._tool.wait_for("push button", _answer_for(application))
+
+    def open_application(self, application=APPLICATION):
         """Says that the page may. Again if need be, because the browser ignores an answer that
         comes sooner than a user could have read the question."""
-        self.wait_for_question()
-        wait_until(self._is_answered, "the browser to open the application")
+        self.wait_for_question(application)
+        wait_until(lambda: self._is_answered(application), "the browser to open the application")
 
-    def _is_answered(self):
-        button = self._find_answer()
+    def _is_answered(self, application):
+        button = self._find_answer(application)
         if button is not None:
             with contextlib.suppress(GLib.Error):  # gone meanwhile
                 button.press()
-        return becomes_true(lambda: self._find_answer() is None, patience=2)
+        return becomes_true(lambda: self._find_answer(application) is None, patience=2)
 
-    def _find_answer(self):
-        return self._tool.find("push button", _ANSWER)
+    def _find_answer(self, application):
+        return self._tool.find("push button", _answer_for(application))
+
+
+def _answer_for(application):
+    return f"Open {application}"
 
 
 def _key_fingerprint(server):
