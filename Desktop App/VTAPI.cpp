@@ -23,11 +23,6 @@ namespace {
 constexpr const char* clientVersion = "8.114.511.0";
 constexpr const char* versionHeader = "x-veltora-client-version";
 
-constexpr const char* uploadIncomplete = "The upload could not be completed.";
-constexpr const char* unexpected = "An unexpected error occured.";
-// The token exchange's own text has no full stop.
-constexpr const char* unexpectedInExchange = "An unexpected error occured";
-
 std::string localized(const std::string& key) {
     return platform::Bundle::mainBundle().localizedStringForKey(key, "", std::nullopt);
 }
@@ -38,6 +33,19 @@ Error serviceError(const std::string& key) {
 
 Error serviceError(const std::string& key, Error underlyingError) {
     return {VTAPIErrorDomain, VTAPIErrorCode, localized(key), std::move(underlyingError)};
+}
+
+Error uploadIncomplete() {
+    return serviceError("The upload could not be completed.");
+}
+
+Error unexpected() {
+    return serviceError("An unexpected error occured.");
+}
+
+/// The token exchange's own, whose text has no full stop.
+Error unexpectedInExchange() {
+    return serviceError("An unexpected error occured");
 }
 
 Error contactError(Error underlyingError) {
@@ -109,7 +117,7 @@ void judgeUploadTarget(const VTAPI::UploadTargetHandler& handler, const JSONValu
     std::optional<std::string> url = stringMember(data, "url");
     std::optional<std::string> method = stringMember(data, "method");
     if (!url || !method)
-        handler(std::nullopt, std::nullopt, serviceError(uploadIncomplete));
+        handler(std::nullopt, std::nullopt, uploadIncomplete());
     else
         handler(std::move(method), std::move(url), std::nullopt);
 }
@@ -118,7 +126,7 @@ void judgeServerListing(const VTAPI::ServerListingHandler& handler, const JSONVa
     const std::optional<JSONValue> data = json.member("data");
     const std::optional<JSONValue> servers = data ? data->member("servers") : std::nullopt;
     if (!servers || !servers->isObject()) {
-        handler(std::nullopt, serviceError(unexpected));
+        handler(std::nullopt, unexpected());
         return;
     }
     std::vector<VTAPI::ServerEntry> listing;
@@ -136,7 +144,7 @@ void judgeLoginURL(const VTAPI::LoginURLHandler& handler, const JSONValue& json)
     const std::optional<std::string> text = stringMember(data, "login_url");
     std::optional<URL> url = text && !text->empty() ? URL::URLWithString(*text) : std::nullopt;
     if (!code || !url)
-        handler(std::nullopt, std::nullopt, serviceError(unexpected));
+        handler(std::nullopt, std::nullopt, unexpected());
     else
         handler(std::move(code), std::move(url), std::nullopt);
 }
@@ -144,7 +152,7 @@ void judgeLoginURL(const VTAPI::LoginURLHandler& handler, const JSONValue& json)
 void judgeToken(const VTAPI::TokenHandler& handler, const JSONValue& json) {
     std::optional<std::string> token = stringMember(json.member("data"), "token");
     if (!token)
-        handler(std::nullopt, serviceError(unexpectedInExchange));
+        handler(std::nullopt, unexpectedInExchange());
     else
         handler(std::move(token), std::nullopt);
 }
@@ -152,7 +160,7 @@ void judgeToken(const VTAPI::TokenHandler& handler, const JSONValue& json) {
 void judgeUserInfo(const VTAPI::UserInfoHandler& handler, const JSONValue& json) {
     std::optional<JSONValue> data = json.member("data");
     if (!data || !data->isObject())
-        handler(std::nullopt, serviceError(unexpected));
+        handler(std::nullopt, unexpected());
     else
         handler(std::move(data), std::nullopt);
 }
@@ -223,11 +231,11 @@ void VTAPI::obtainUploadTargetUsingToken(const Data& token, const std::string& f
     std::optional<Data> body =
         JSONSerialization::dataWithJSONObject({{"file_name", forFilename}}, writeError);
     if (!body) {
-        refuse(std::move(judge), serviceError(uploadIncomplete));
+        refuse(std::move(judge), uploadIncomplete());
         return;
     }
     performAuthorized("POST", "/api/my_prints/v1/upload_target", token, *std::move(body),
-                      serviceError(uploadIncomplete), std::move(judge));
+                      uploadIncomplete(), std::move(judge));
 }
 
 void VTAPI::obtainServerListingWithCompletionHandler(ServerListingHandler handler) const {
@@ -251,7 +259,7 @@ void VTAPI::requestLoginURLDataForProvider(const std::optional<std::string>& pro
             judgeLoginURL(handler, *json);
     };
     if (!provider) {
-        refuse(std::move(judge), serviceError(unexpected));
+        refuse(std::move(judge), unexpected());
         return;
     }
     const bool ownScheme = server_.find("zantiq") != std::string::npos;
@@ -274,7 +282,7 @@ void VTAPI::attemptTokenExchangeWithCode1(const std::optional<std::string>& code
             judgeToken(handler, *json);
     };
     if (!code1 || !code2) {
-        refuse(std::move(judge), serviceError(unexpectedInExchange));
+        refuse(std::move(judge), unexpectedInExchange());
         return;
     }
     performHTTPMethod(
@@ -285,7 +293,7 @@ void VTAPI::attemptTokenExchangeWithCode1(const std::optional<std::string>& code
 
 void VTAPI::obtainUserInfoUsingToken(const Data& token,
                                      UserInfoHandler withCompletionHandler) const {
-    performAuthorized("GET", "/api/session/user_info", token, {}, serviceError(unexpected),
+    performAuthorized("GET", "/api/session/user_info", token, {}, unexpected(),
                       [handler = std::move(withCompletionHandler)](
                           const std::optional<JSONValue>& json, std::optional<Error> error) {
                           if (error)

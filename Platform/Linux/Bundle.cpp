@@ -9,6 +9,8 @@
 #include <filesystem>
 #include <memory>
 #include <mutex>
+#include <sstream>
+#include <string_view>
 
 namespace platform {
 
@@ -43,9 +45,19 @@ std::string findTableDirectory() {
     return (executable.parent_path().parent_path() / "share" / "locale").string();
 }
 
-} // namespace
+std::optional<std::string> translationOf(const std::string& key, const std::string& table) {
+    static std::mutex bindings;
+    static const std::string tableDirectory = findTableDirectory();
+    const std::lock_guard lock(bindings);
+    bindtextdomain(table.c_str(), tableDirectory.c_str());
+    bind_textdomain_codeset(table.c_str(), "UTF-8");
 
-Bundle::Bundle() : tableDirectory_(findTableDirectory()) {}
+    const UserLanguage language;
+    const char* const translation = dgettext(table.c_str(), key.c_str());
+    return translation == key.c_str() ? std::nullopt : std::optional<std::string>(translation);
+}
+
+} // namespace
 
 const Bundle& Bundle::mainBundle() {
     static const Bundle bundle;
@@ -54,17 +66,21 @@ const Bundle& Bundle::mainBundle() {
 
 std::string Bundle::localizedStringForKey(const std::string& key, const std::string& value,
                                           const std::optional<std::string>& table) const {
-    static std::mutex bindings;
-    const std::string domain = table.value_or(defaultTable);
-    const std::lock_guard lock(bindings);
-    bindtextdomain(domain.c_str(), tableDirectory_.c_str());
-    bind_textdomain_codeset(domain.c_str(), "UTF-8");
-
-    const UserLanguage language;
-    const char* const translation = dgettext(domain.c_str(), key.c_str());
-    if (translation != key.c_str())
-        return translation;
+    auto translation = translationOf(key, table.value_or(defaultTable));
+    if (translation)
+        return *std::move(translation);
     return value.empty() ? key : value;
+}
+
+std::optional<std::string> Bundle::preferredLocalization() const {
+    // The empty key's translation describes the whole: a line for each thing it says.
+    std::istringstream description(translationOf("", defaultTable).value_or(""));
+    constexpr std::string_view name = "Language: ";
+    for (std::string line; std::getline(description, line);) {
+        if (line.starts_with(name))
+            return line.substr(name.size());
+    }
+    return std::nullopt;
 }
 
 std::optional<std::string> Bundle::infoDictionaryValue(const std::string& key) const {

@@ -1,6 +1,6 @@
 #include "Platform/Bundle.h"
 
-#include "Support/SetVariable.h"
+#include "Support/UserLanguage.h"
 
 #include <gtest/gtest.h>
 
@@ -17,7 +17,7 @@ std::string lookUp(const std::string& text, const std::string& value = "") {
 } // namespace
 
 TEST(Bundle, YieldsTheKeyWithoutATranslation) {
-    const SetVariable language("LANGUAGE", "en");
+    const UserLanguage language("en");
     EXPECT_EQ(lookUp(key), key);
     EXPECT_EQ(lookUp("A text that nobody translated"), "A text that nobody translated");
 }
@@ -27,13 +27,25 @@ TEST(Bundle, YieldsTheValueWithoutATranslationWhereThereIsOne) {
 }
 
 TEST(Bundle, YieldsTheTranslationIntoTheUsersLanguage) {
-    const SetVariable language("LANGUAGE", "de");
+    const UserLanguage language("de");
     EXPECT_EQ(lookUp(key), "Der Server antwortet nicht");
     EXPECT_EQ(lookUp("An error occurred while attempting to contact the server"),
               "Beim Kontaktieren des Servers ist ein Fehler aufgetreten");
 }
 
 TEST(Bundle, KnowsNoTranslationInAnotherTable) {
-    const SetVariable language("LANGUAGE", "de");
+    const UserLanguage language("de");
     EXPECT_EQ(Bundle::mainBundle().localizedStringForKey(key, "", "another"), key);
+}
+
+TEST(Bundle, NamesTheLanguageOfTheTranslation) {
+    for (const char* const wanted : {"pt_BR", "xx:pt_BR", "pt_BR.UTF-8:de"}) {
+        const UserLanguage language(wanted);
+        EXPECT_EQ(Bundle::mainBundle().preferredLocalization(), "pt_BR");
+    }
+}
+
+TEST(Bundle, NamesNoLanguageWithoutATranslation) {
+    const UserLanguage language("en");
+    EXPECT_EQ(Bundle::mainBundle().preferredLocalization(), std::nullopt);
 }
