@@ -2,6 +2,7 @@
 
 #include "Platform/AppleEventManager.h"
 #include "Platform/Application.h"
+#include "Platform/AtomicReference.h"
 #include "Platform/URL.h"
 #include "VTRegistrationController.h"
 
@@ -59,9 +60,11 @@ public:
     std::optional<std::string> copyrightString() const;
     std::optional<std::string> versionString() const;
 
-    std::shared_ptr<VTRegistrationController> windowController() const { return windowController_; }
+    std::shared_ptr<VTRegistrationController> windowController() const {
+        return windowController_.load();
+    }
     void setWindowController(std::shared_ptr<VTRegistrationController> windowController) {
-        windowController_ = std::move(windowController);
+        windowController_.store(std::move(windowController));
     }
 
     /// Whether a URL was dealt with before launching had finished; false unless someone sets it.
@@ -69,7 +72,7 @@ public:
     void setDidHandleURL(bool didHandleURL) { didHandleURL_ = didHandleURL; }
 
 private:
-    std::atomic<std::shared_ptr<VTRegistrationController>> windowController_;
+    platform::AtomicReference<VTRegistrationController> windowController_;
     std::atomic<bool> didHandleURL_ = false;
     bool isRegisteredForEvents_ = false;
 };

@@ -1,11 +1,8 @@
 #include "Platform/Dispatch.h"
-
-#include <fcntl.h>
-#include <unistd.h>
+#include "Platform/WakeUpPipe.h"
 
 #include <QCoreApplication>
 #include <QSocketNotifier>
-#include <array>
 #include <deque>
 #include <memory>
 #include <mutex>
@@ -15,42 +12,10 @@ namespace platform {
 
 namespace {
 
-/// A pipe that holds one byte while there are tasks. A mechanism of the toolkit's own would do as
-/// well, but no thread sanitizer sees through it.
-class WakeUpPipe {
-public:
-    WakeUpPipe() {
-        static_cast<void>(pipe(ends_.data()));
-        for (const int end : ends_) {
-            fcntl(end, F_SETFD, FD_CLOEXEC);
-            fcntl(end, F_SETFL, O_NONBLOCK);
-        }
-    }
-    WakeUpPipe(const WakeUpPipe&) = delete;
-    WakeUpPipe& operator=(const WakeUpPipe&) = delete;
-    ~WakeUpPipe() {
-        for (const int end : ends_)
-            close(end);
-    }
-
-    int readEnd() const { return ends_[0]; }
-
-    void add() const {
-        const char byte = 0;
-        [[maybe_unused]] const ssize_t written = write(ends_[1], &byte, sizeof byte);
-    }
-
-    void take() const {
-        char byte = 0;
-        [[maybe_unused]] const ssize_t taken = read(ends_[0], &byte, sizeof byte);
-    }
-
-private:
-    std::array<int, 2> ends_{-1, -1};
-};
-
 /// What the main thread waits at. Made and destroyed there, with the application object.
 struct Receiver {
+    /// Holds one byte while there are tasks. A mechanism of the toolkit's own would do as well, but
+    /// no thread sanitizer sees through it.
     WakeUpPipe pipe;
     QSocketNotifier notifier{pipe.readEnd(), QSocketNotifier::Read};
 };

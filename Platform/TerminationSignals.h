@@ -1,8 +1,11 @@
 #pragma once
 
-#include <QSocketNotifier>
+#include "Platform/WakeUpPipe.h"
+
 #include <functional>
 #include <memory>
+
+class QSocketNotifier;
 
 namespace platform {
 
@@ -20,6 +23,7 @@ public:
     ~TerminationSignals();
 
 private:
+    WakeUpPipe pipe_;
     std::unique_ptr<QSocketNotifier> notifier_;
 };
 

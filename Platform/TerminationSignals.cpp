@@ -1,14 +1,13 @@
-#include "TerminationSignals.h"
+#include "Platform/TerminationSignals.h"
 
 #include "Platform/Log.h"
 
-#include <sys/eventfd.h>
 #include <unistd.h>
 
+#include <QSocketNotifier>
 #include <array>
 #include <cerrno>
 #include <csignal>
-#include <cstdint>
 #include <cstring>
 #include <utility>
 
@@ -23,8 +22,8 @@ volatile std::sig_atomic_t signalDescriptor = -1;
 
 void noteSignal(int) {
     const int error = errno;
-    const std::uint64_t one = 1;
-    [[maybe_unused]] const ssize_t written = write(signalDescriptor, &one, sizeof one);
+    const char byte = 0;
+    [[maybe_unused]] const ssize_t written = write(signalDescriptor, &byte, sizeof byte);
     errno = error;
 }
 
@@ -50,18 +49,17 @@ void uninstall(int number) {
 } // namespace
 
 TerminationSignals::TerminationSignals(std::function<void()> handler) {
-    const int descriptor = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-    if (descriptor < 0) {
+    if (!pipe_.isOpen()) {
         NSLog("Signals will end the application at once: %@", {std::strerror(errno)});
         return;
     }
-    notifier_ = std::make_unique<QSocketNotifier>(descriptor, QSocketNotifier::Read);
+    notifier_ = std::make_unique<QSocketNotifier>(pipe_.readEnd(), QSocketNotifier::Read);
     QObject::connect(notifier_.get(), &QSocketNotifier::activated, notifier_.get(),
                      [this, handler = std::move(handler)] {
                          notifier_->setEnabled(false);
                          handler();
                      });
-    signalDescriptor = descriptor;
+    signalDescriptor = pipe_.writeEnd();
     for (const int number : terminationSignals)
         install(number);
 }
@@ -71,8 +69,6 @@ TerminationSignals::~TerminationSignals() {
         return;
     for (const int number : terminationSignals)
         uninstall(number);
-    notifier_.reset();
-    close(signalDescriptor);
     signalDescriptor = -1;
 }
 
