@@ -5,7 +5,7 @@ import json
 import pathlib
 import subprocess
 
-from session import becomes_true, wait_until
+from session import PATIENCE_IN_SECONDS, becomes_true, wait_until
 
 _PROGRAM = "ardentra-registration"
 
@@ -76,6 +76,17 @@ class Application:
 
     def type_server(self, address):
         self._tool.wait_for("text", "Server address").set_text(address)
+
+    def bring_back(self):
+        """Starts the program once more, as a user does whose window is gone."""
+        assert self.start().wait(PATIENCE_IN_SECONDS) == 0
+
+    def wait_for_address_field(self):
+        return self._tool.wait_for("text", "Address at which the browser stopped")
+
+    def continue_with(self, address):
+        self.wait_for_address_field().set_text(address)
+        self.press("Continue")
 
     def wait_for_alert(self, message):
         return self._tool.wait_for("alert message", message)

@@ -111,15 +111,24 @@ class Session:
             path.mkdir(mode=0o700, parents=True)
             self.environment[variable] = str(path)
 
-    def start_bus(self):
-        """A session bus that starts nothing but the services of this session."""
+    def start_bus(self, starts_installed_services=False):
+        """A session bus that starts nothing but the services of this session; or those as well that
+        it finds where a session bus looks for them (XDG_DATA_HOME, XDG_DATA_DIRS, the system)."""
         services = self.folder / "services"
         services.mkdir()
         for name in _SERVICES_STARTED_BY_THE_BUS:
             shutil.copy(_SERVICES / f"{name}.service", services)
+        installed = "<standard_session_servicedirs/>" if starts_installed_services else ""
+        if starts_installed_services:
+            # Of two services with one name the first counts. Those of this session are not started
+            # by the bus, and no portal opens pages.
+            for name in ("org.freedesktop.secrets", "org.freedesktop.portal.Desktop"):
+                (services / f"{name}.service").write_text(
+                    f"[D-BUS Service]\nName={name}\nExec=/bin/false\n"
+                )
         (self.folder / "bus.conf").write_text(
             f"<busconfig><type>session</type><listen>{self._bus_address}</listen>"
-            f"<auth>EXTERNAL</auth><servicedir>{services}</servicedir>"
+            f"<auth>EXTERNAL</auth><servicedir>{services}</servicedir>{installed}"
             "<policy context='default'><allow send_destination='*' eavesdrop='true'/>"
             "<allow eavesdrop='true'/><allow own='*'/></policy></busconfig>"
         )
@@ -169,12 +178,13 @@ class Session:
         """Starts a program in the session."""
         return self.programs.start(arguments, self.environment, **options)
 
-    def run(self, *arguments):
-        """Runs a program in the session to its end: its status and what it printed."""
+    def run(self, *arguments, given=""):
+        """Runs a program in the session to its end, with a text to read: its status and what it
+        printed."""
         return subprocess.run(
-            [str(argument) for argument in arguments],
+            [argument if isinstance(argument, bytes) else str(argument) for argument in arguments],
             env=self.environment,
-            stdin=subprocess.DEVNULL,
+            input=given,
             capture_output=True,
             text=True,
             timeout=PATIENCE_IN_SECONDS,

@@ -28,8 +28,11 @@ class SimulatedService:
     def answer_once(self, path, status, message):
         """Lets the next request to the path fail."""
         body = {"error": {"message": message}}
-        answer = {"path": path, "status": status, "body": body, "once": True}
-        status, _, text = self._ask("PUT", "/simulator/script", json.dumps({"answers": [answer]}))
+        self.answer([{"path": path, "status": status, "body": body, "once": True}])
+
+    def answer(self, answers):
+        """Takes these answers, as in a script, for its own."""
+        status, _, text = self._ask("PUT", "/simulator/script", json.dumps({"answers": answers}))
         assert status == 204, text
 
     @contextlib.contextmanager
@@ -43,10 +46,14 @@ class SimulatedService:
 
     def requests(self, path):
         """The requests to the path so far: each target's query, as a dictionary."""
-        _, _, text = self._ask("GET", "/simulator/requests")
-        targets = [urllib.parse.urlsplit(request["target"]) for request in json.loads(text)]
+        targets = [urllib.parse.urlsplit(request["target"]) for request in self.all_requests()]
         return [dict(urllib.parse.parse_qsl(target.query)) for target in targets
                 if target.path == path]
+
+    def all_requests(self):
+        """Each with its method, target, headers and body."""
+        _, _, text = self._ask("GET", "/simulator/requests")
+        return json.loads(text)
 
     def sign_in(self, login_url):
         """Signs the user in on the page that the login URL names: the callback URL."""
@@ -59,12 +66,20 @@ class SimulatedService:
         target = urllib.parse.urlsplit(url)
         return self._ask(method, target.path, data)
 
+    def download(self, target):
+        """The status, and the bytes that the service holds there."""
+        return self._ask_for_bytes("GET", target)[::2]
+
     def _ask(self, method, target, body=None):
+        status, headers, data = self._ask_for_bytes(method, target, body)
+        return status, headers, data.decode()
+
+    def _ask_for_bytes(self, method, target, body=None):
         trust = ssl.create_default_context(cafile=self._authority / "authority.pem")
         connection = http.client.HTTPSConnection(self._address, context=trust)
         try:
             connection.request(method, target, body)
             answer = connection.getresponse()
-            return answer.status, answer.headers, answer.read().decode()
+            return answer.status, answer.headers, answer.read()
         finally:
             connection.close()
