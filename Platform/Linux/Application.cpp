@@ -2,9 +2,12 @@
 
 #include "Display.h"
 #include "Platform/AppleEventManager.h"
+#include "Platform/Bundle.h"
+#include "Platform/TerminationSignals.h"
 #include "SessionBusService.h"
-#include "TerminationSignals.h"
+#include "ToolkitTranslation.h"
 #include "WindowActivation.h"
+#include "WindowIcon.h"
 
 #include <QApplication>
 #include <QRegularExpression>
@@ -22,10 +25,11 @@ QStringList urlsAmong(const QStringList& arguments) {
     return arguments.mid(1).filter(scheme);
 }
 
-void deliverURL(const QString& url) {
+bool dispatchURL(const QString& url) {
     AppleEvent event;
     event.setParamDescriptor(AppleEventDescriptor(url.toStdString()), keyDirectObject);
-    AppleEventManager::sharedAppleEventManager().dispatch(event, kInternetEventClass, kAEGetURL);
+    return AppleEventManager::sharedAppleEventManager().dispatch(event, kInternetEventClass,
+                                                                 kAEGetURL);
 }
 
 /// Leads the delegate through the life of the application.
@@ -38,6 +42,7 @@ public:
 
     static Life* current() { return current_; }
 
+    bool deliver(const QString& url) { return service_.deliver(url); }
     void end();
 
 private:
@@ -71,7 +76,7 @@ void Life::launch() {
                             [becomeActive](const QVariantMap& platformData) {
                                 bringToFrontWith(platformData, becomeActive);
                             },
-                        .open = deliverURL});
+                        .open = dispatchURL});
 }
 
 void Life::end() {
@@ -84,7 +89,8 @@ void Life::end() {
 void prepareToolkit() {
     QGuiApplication::setDesktopFileName("com.norvale.tessor");
     QCoreApplication::setApplicationName("ardentra-registration");
-    QGuiApplication::setApplicationDisplayName("Ardentra Registration");
+    QGuiApplication::setApplicationDisplayName(QString::fromStdString(
+        Bundle::mainBundle().localizedStringForKey("Ardentra Registration", "", std::nullopt)));
     QGuiApplication::setQuitOnLastWindowClosed(false);
     reportDisplayFailures();
 }
@@ -96,7 +102,7 @@ int NSApplicationMain(int argc, char** argv) {
         return EXIT_FAILURE;
     prepareToolkit();
     const QVariantMap platformData = platformDataOfEnvironment();
-    const QApplication application(argc, argv);
+    QApplication application(argc, argv);
 
     SessionBusService service;
     switch (service.start(urlsAmong(QCoreApplication::arguments()), platformData)) {
@@ -108,6 +114,8 @@ int NSApplicationMain(int argc, char** argv) {
         break;
     }
     const TerminationSignals terminationSignals(&Application::terminate);
+    translateToolkit(application);
+    setWindowIconAfterFirstPaint();
     const std::unique_ptr<MainInterface> interface = loadMainInterface();
     const Life life(interface->delegate(), service);
     return QApplication::exec();
@@ -117,6 +125,11 @@ void Application::terminate() {
     if (Life::current() != nullptr)
         Life::current()->end();
     QCoreApplication::exit(EXIT_SUCCESS);
+}
+
+bool Application::deliverURL(const std::string& url) {
+    const QString text = QString::fromStdString(url);
+    return Life::current() != nullptr ? Life::current()->deliver(text) : dispatchURL(text);
 }
 
 } // namespace platform

@@ -88,8 +88,9 @@ private:
 
 class ApplicationTest : public testing::Test {
 protected:
-    ApplicationTest()
-        : simulator_(worldAuthority(), {.port = 443, .hostNames = {"directory.ardentra.example"}}) {
+    explicit ApplicationTest(const PrivateSession::Services& services = {})
+        : session_(PrivateSession::Keyring::unlocked, services),
+          simulator_(worldAuthority(), {.port = 443, .hostNames = {"directory.ardentra.example"}}) {
         // With a pending registration every URL is looked at, so that it leaves a trace.
         VTTokenStore::setEphemeralCode("ephemeral", "directory.ardentra.example");
     }
@@ -124,10 +125,36 @@ protected:
         EXPECT_EQ(process.wait().exitStatus, 0);
     }
 
-    PrivateSession session_{PrivateSession::Keyring::unlocked};
+    PrivateSession session_;
     Bus bus_;
     LogCapture log_;
     simulator::Simulator simulator_;
+};
+
+/// Here nobody but the bus starts the application, for whoever calls it by its name.
+class StartedByTheBus : public ApplicationTest {
+protected:
+    StartedByTheBus()
+        : ApplicationTest({{name, "/usr/bin/env QT_QPA_PLATFORM=offscreen '" VT_PROGRAM "'"}}) {}
+
+    void TearDown() override {
+        endTheOneThatRuns();
+        EXPECT_TRUE(waitUntil([this] { return bus_.owner() == 0; }));
+    }
+
+    /// Does not wait for its end.
+    void endTheOneThatRuns() const {
+        if (const pid_t running = bus_.owner(); running != 0)
+            kill(running, SIGTERM);
+    }
+
+    bool activate() const {
+        return bus_.call("Activate", {QVariantMap()}).type() == QDBusMessage::ReplyMessage;
+    }
+
+    QDBusPendingReply<> open(const std::string& url) const {
+        return bus_.send("Open", {QStringList(QString::fromStdString(url)), QVariantMap()});
+    }
 };
 
 int argumentCount = 0;
@@ -366,4 +393,64 @@ TEST_F(ApplicationTest, RefusesCallsThatItDoesNotKnow) {
                   .type(),
               QDBusMessage::ReplyMessage);
     EXPECT_TRUE(first->isRunning());
+}
+
+TEST_F(StartedByTheBus, HandlesTheURLsThatItIsStartedFor) {
+    QDBusPendingReply<> one = open("test:one");
+    QDBusPendingReply<> two = open("test:two");
+    one.waitForFinished();
+    two.waitForFinished();
+    EXPECT_FALSE(one.isError()) << one.error().message().toStdString();
+    EXPECT_FALSE(two.isError()) << two.error().message().toStdString();
+    EXPECT_TRUE(arrives("test:two"));
+    EXPECT_THAT(arrivedURLs(), ElementsAre("test:one", "test:two"));
+}
+
+TEST_F(StartedByTheBus, ShowsItsWindowWhenItIsActivated) {
+    EXPECT_TRUE(activate());
+    EXPECT_NE(bus_.owner(), 0);
+    EXPECT_TRUE(simulator_.waitForRequests(1, patience)); // the window's
+    EXPECT_THAT(log_.lines(), IsEmpty());
+}
+
+TEST_F(StartedByTheBus, LeavesTheCallToOneThatIsStartedByHandMeanwhile) {
+    QDBusPendingReply<> call = open("test:url");
+    const auto other = start();
+    call.waitForFinished();
+    EXPECT_FALSE(call.isError()) << call.error().message().toStdString();
+    EXPECT_TRUE(arrives("test:url"));
+    const auto isTheOne = [&] { return bus_.owner() == other->processIdentifier(); };
+    EXPECT_TRUE(waitUntil([&] { return isTheOne() || !other->isRunning(); }));
+    endTheOneThatRuns();
+    EXPECT_EQ(other->wait().exitStatus, 0);
+}
+
+TEST_F(StartedByTheBus, LosesNoURLThatComesWhileItEnds) {
+    std::vector<std::string> expected;
+    for (int round = 0; round < 25; ++round) {
+        expected.push_back("test:" + std::to_string(round));
+        EXPECT_TRUE(activate());
+        endTheOneThatRuns();
+        // Each round a little later in its end.
+        std::this_thread::sleep_for(round * 200us);
+        QDBusPendingReply<> call = open(expected.back());
+        call.waitForFinished();
+        EXPECT_FALSE(call.isError()) << round << ": " << call.error().message().toStdString();
+        EXPECT_TRUE(arrives(expected.back()));
+    }
+    EXPECT_THAT(arrivedURLs(), ElementsAreArray(expected));
+}
+
+TEST_F(StartedByTheBus, PassesOnWhatItCannotHandleAnyMore) {
+    VTTokenStore::clearEphemeralCode();
+    // Without a pending registration the first URL brings up an alert, behind which the next waits.
+    QDBusPendingReply<> first = open("test:first");
+    first.waitForFinished();
+    QDBusPendingReply<> waiting = open("test:next");
+    EXPECT_TRUE(activate());
+    VTTokenStore::setEphemeralCode("ephemeral", "directory.ardentra.example");
+    endTheOneThatRuns();
+    waiting.waitForFinished();
+    EXPECT_FALSE(waiting.isError()) << waiting.error().message().toStdString();
+    EXPECT_TRUE(arrives("test:next"));
 }
