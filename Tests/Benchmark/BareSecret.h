@@ -1,7 +1,7 @@
 #ifndef BARE_SECRET_H
 #define BARE_SECRET_H
 
-#include <stddef.h>
+#include <stddef.h> // NOLINT(modernize-deprecated-headers): C has no other
 
 #ifdef __cplusplus
 extern "C" {
