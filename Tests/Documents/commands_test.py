@@ -1,5 +1,5 @@
 #!/usr/bin/python3 -B
-"""Runs every command that a document shows, in a private desktop, or knows the test that does.
+"""Runs every command that a document shows, in a private desktop, or knows where else it is run.
 
     enter BUILD_DIR commands_test.py BUILD_DIR [TEST...]
 
@@ -26,9 +26,9 @@ DOCUMENTS = [
     *sorted(str(path.relative_to(documents.SOURCE)) for path in documents.SOURCE.glob("docs/*.md")),
 ]
 
-# Whose commands other tests run, and where.
+# Whose commands other tests run, and where; or why none does.
 RUN_ELSEWHERE = {
-    "script/demo": "itself a test: it ends with an error when the road does not come to its end",
+    "script/demo": "by hand; WholeRoad goes the same road",
     "script/test": "runs this test",
     "script/setup": "the first step of script/test",
     "script/package": "the first step of script/test package",
