@@ -12,9 +12,9 @@
 ///
 /// All calls are synchronous and belong to the main thread. A call that has to ask the user (a
 /// locked keychain) waits for the user, unless that is switched off; every other call is bounded: a
-/// keychain that leaves a request unanswered for 10 seconds, and does not answer another one in 10
-/// more, yields a status. A record is always whole: whoever reads, at any moment and also when a
-/// writing process is killed, finds the old item or the new one.
+/// keychain that gives no sign of life for 10 seconds yields a status. A record is always whole:
+/// whoever reads, at any moment and also when a writing process is killed, finds the old item or
+/// the new one.
 namespace platform {
 
 /// 0 for success. errSecItemNotFound means that no item matches; every other value is a failure.

@@ -102,10 +102,13 @@ Reply SecretService::send(const Call& call) {
 }
 
 int SecretService::waitFor(PendingCall& pending) {
-    int result = pending.wait(secretServiceTimeLimit);
+    if (!secretServiceMayAskUser)
+        return pending.wait(secretServiceTimeLimit);
+    // Half of the time for the answer, half for a sign of life.
+    int result = pending.wait(secretServiceTimeLimit / 2);
     while (result == 0 && isAskingUser())
-        result = pending.wait(secretServiceTimeLimit);
-    return result;
+        result = pending.wait(secretServiceTimeLimit / 2);
+    return result != 0 ? result : pending.wait({});
 }
 
 bool SecretService::isAskingUser() {
@@ -113,10 +116,10 @@ bool SecretService::isAskingUser() {
     // call meanwhile does not hang.
     Call probe = newCall({servicePath, propertiesInterface, "Get"});
     probe.text(serviceInterface).text("Collections");
-    if (!secretServiceMayAskUser || probe.status() != errSecSuccess)
+    if (probe.status() != errSecSuccess)
         return false;
     PendingCall pending(bus_.get(), probe.message());
-    return pending.wait(secretServiceTimeLimit) > 0 && pending.error() == nullptr;
+    return pending.wait(secretServiceTimeLimit / 2) > 0 && pending.error() == nullptr;
 }
 
 OSStatus SecretService::search(const Attributes& attributes, Matches& matches) {

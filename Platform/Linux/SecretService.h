@@ -29,8 +29,8 @@ inline bool secretServiceMayAskUser = true;
 /// to the session bus. Secrets cross the bus as they are (session algorithm "plain"): whoever can
 /// listen to the bus can ask the keyring itself.
 ///
-/// Each operation waits for its answer, at most twice secretServiceTimeLimit, except where the user
-/// is asked: a prompt is waited for until it is completed or the keyring or the bus goes away, and
+/// Each operation waits for its answer, at most secretServiceTimeLimit, except where the user is
+/// asked: a prompt is waited for until it is completed or the keyring or the bus goes away, and
 /// a keyring that asks before it answers (it still answers other calls) for as long as it does. Not
 /// for use on several threads at a time.
 ///
