@@ -69,9 +69,7 @@ protected:
         current = &delegate;
         onLoad = [] {};
     }
-    ApplicationLife(const ApplicationLife&) = delete;
-    ApplicationLife& operator=(const ApplicationLife&) = delete;
-    ~ApplicationLife() override {
+    void TearDown() override {
         AppleEventManager::sharedAppleEventManager().removeEventHandlerForEventClass(
             kInternetEventClass, kAEGetURL);
     }
@@ -164,7 +162,7 @@ TEST_F(ApplicationLife, SaysThatNothingTookAURL) {
 }
 
 TEST_F(ApplicationLife, EndsWhenASignalAsksForIt) {
-    delegate.onLaunch = [] { std::raise(SIGTERM); };
+    delegate.onLaunch = [] { EXPECT_EQ(std::raise(SIGTERM), 0); };
     EXPECT_EQ(run(), 0);
     EXPECT_EQ(delegate.notes.back(), "will terminate");
 }

@@ -11,7 +11,6 @@
 #include <gtest/gtest.h>
 
 using namespace platform;
-using testing::ElementsAre;
 using testing::IsEmpty;
 
 namespace {

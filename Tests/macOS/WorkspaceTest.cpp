@@ -12,7 +12,6 @@
 using platform::URL;
 using platform::Workspace;
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 namespace {
 

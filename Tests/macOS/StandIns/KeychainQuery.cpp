@@ -3,6 +3,7 @@
 #include "Objects.h"
 
 #include <algorithm>
+#include <array>
 
 namespace standins {
 
@@ -17,12 +18,12 @@ const Kind* valueOf(CFDictionaryRef dictionary, CFStringRef key) {
 /// The system's constants are the very objects, not just any string with their text.
 bool isOfItsKind(CFStringRef key, const void* value) {
     const Object* const object = objectAt(value);
-    const bool isKey[] = {key == kSecAttrService || key == kSecAttrAccount,
-                          key == kSecAttrGeneric || key == kSecValueData, key == kSecAttrCreator,
-                          key == kSecReturnRef || key == kSecReturnAttributes ||
-                              key == kSecReturnData};
-    const Type types[] = {Type::String, Type::Data, Type::Number, Type::Boolean};
-    for (std::size_t kind = 0; kind < std::size(types); ++kind) {
+    const std::array isKey = {
+        key == kSecAttrService || key == kSecAttrAccount,
+        key == kSecAttrGeneric || key == kSecValueData, key == kSecAttrCreator,
+        key == kSecReturnRef || key == kSecReturnAttributes || key == kSecReturnData};
+    constexpr std::array types = {Type::String, Type::Data, Type::Number, Type::Boolean};
+    for (std::size_t kind = 0; kind < types.size(); ++kind) {
         if (isKey[kind])
             return object != nullptr && object->type == types[kind];
     }
