@@ -37,9 +37,10 @@ protected:
 TEST_F(KeyringFailure, TakesADeletionThatFailsForSuccess) {
     ASSERT_TRUE(VTTokenStore::setToken(bytes("token"), "host", std::nullopt));
     ASSERT_TRUE(VTTokenStore::setEphemeralCode("code", "host"));
-    std::filesystem::remove_all(session.folder() / "data" / "keyrings");
+    // Before the keyring notices that it has lost its folder.
     SecKeychainItemRef item;
     ASSERT_EQ(VTTokenStore::getKeychainItem(item, tokenService), errSecSuccess);
+    std::filesystem::remove_all(session.folder() / "data" / "keyrings");
     ASSERT_NE(SecKeychainItemDelete(*item), errSecSuccess);
     EXPECT_TRUE(VTTokenStore::clearToken());
     EXPECT_TRUE(VTTokenStore::clearEphemeralCode());
