@@ -1,72 +1,70 @@
 #include "Platform/JSONSerialization.h"
 
+#include "Platform/JSONTree.h"
+
 #include <nlohmann/json.hpp>
+
+#include <unordered_map>
 
 namespace platform {
 
-namespace {
+JSONValue::JSONValue(std::shared_ptr<const JSONTree> tree, std::size_t index)
+    : tree_(std::move(tree)), index_(index) {}
 
-// Keeps an object's members in the order of the text.
-using Node = nlohmann::ordered_json;
-
-const Node& nodeOf(const std::shared_ptr<const void>& node) {
-    return *static_cast<const Node*>(node.get());
+const JSONNode& JSONValue::node() const {
+    return tree_->nodes()[index_];
 }
 
-// Only number and place: the library's own words repeat a piece of the text, which may hold a
-// token.
-Error parseError(const Node::exception& exception, std::size_t byte) {
-    return {JSONErrorDomain, exception.id,
-            "The text is not valid JSON (byte " + std::to_string(byte) + ")."};
+template <typename Visitor>
+void JSONValue::visitMembers(Visitor visit) const {
+    if (!isObject())
+        return;
+    for (std::size_t index = index_ + 1; index < node().end; index = tree_->nodes()[index].end)
+        visit(JSONValue(tree_, index));
 }
-
-} // namespace
 
 std::optional<JSONValue> JSONValue::member(const std::string& name) const {
-    const Node& node = nodeOf(node_);
-    if (!node.is_object())
-        return std::nullopt;
-    const auto found = node.find(name);
-    if (found == node.end() || found->is_null())
-        return std::nullopt;
-    return JSONValue(std::shared_ptr<const void>(node_, &*found));
+    std::optional<JSONValue> found;
+    visitMembers([&](const JSONValue& member) {
+        if (member.node().name == name)
+            found = member;
+    });
+    return found && found->node().kind != JSONNode::Kind::null ? found : std::nullopt;
 }
 
 std::optional<std::string> JSONValue::string() const {
-    const Node& node = nodeOf(node_);
-    if (!node.is_string())
+    if (node().kind != JSONNode::Kind::string)
         return std::nullopt;
-    return node.get_ref<const std::string&>();
+    return std::string(node().text);
 }
 
 bool JSONValue::isObject() const {
-    return nodeOf(node_).is_object();
+    return node().kind == JSONNode::Kind::object;
 }
 
 std::vector<std::pair<std::string, JSONValue>> JSONValue::members() const {
     std::vector<std::pair<std::string, JSONValue>> members;
-    const Node& node = nodeOf(node_);
-    if (!node.is_object())
-        return members;
-    members.reserve(node.size());
-    for (const auto& [name, value] : node.items())
-        members.emplace_back(name, JSONValue(std::shared_ptr<const void>(node_, &value)));
+    std::unordered_map<std::string_view, std::size_t> places;
+    visitMembers([&](const JSONValue& member) {
+        const std::string_view name = member.node().name;
+        const auto [place, isNew] = places.try_emplace(name, members.size());
+        if (isNew)
+            members.emplace_back(name, member);
+        else
+            members[place->second].second = member;
+    });
     return members;
 }
 
 std::optional<JSONValue> JSONSerialization::JSONObjectWithData(const Data& data,
                                                                std::optional<Error>& error) {
-    const auto* const bytes = reinterpret_cast<const char*>(data.data());
-    try {
-        auto tree = std::make_shared<const Node>(Node::parse(bytes, bytes + data.size()));
-        if (tree->is_structured())
-            return JSONValue(std::move(tree));
-        error = Error(JSONErrorDomain, 0, "The JSON text is neither an object nor an array.");
-    } catch (const Node::parse_error& exception) {
-        error = parseError(exception, exception.byte);
-    } catch (const Node::exception& exception) {
-        error = parseError(exception, 0);
-    }
+    auto tree = JSONTree::parse(data, error);
+    if (tree == nullptr)
+        return std::nullopt;
+    const JSONNode::Kind kind = tree->nodes().front().kind;
+    if (kind == JSONNode::Kind::object || kind == JSONNode::Kind::array)
+        return JSONValue(std::move(tree), 0);
+    error = Error(JSONErrorDomain, 0, "The JSON text is neither an object nor an array.");
     return std::nullopt;
 }
 
@@ -74,8 +72,8 @@ std::optional<Data>
 JSONSerialization::dataWithJSONObject(const std::map<std::string, std::string>& object,
                                       std::optional<Error>& error) {
     try {
-        return encodeUTF8(Node(object).dump());
-    } catch (const Node::type_error& exception) {
+        return encodeUTF8(nlohmann::json(object).dump());
+    } catch (const nlohmann::json::type_error& exception) {
         error = Error(JSONErrorDomain, exception.id, "The text is not valid UTF-8.");
         return std::nullopt;
     }

@@ -12,6 +12,9 @@
 
 namespace platform {
 
+struct JSONNode;
+class JSONTree;
+
 /// The domain of the errors of reading and writing JSON.
 inline constexpr const char* JSONErrorDomain = "JSON";
 
@@ -29,14 +32,20 @@ public:
 
     bool isObject() const;
 
-    /// An object's members in the order of the text; none when this is no object.
+    /// An object's members in the order of the text, one for each name; none when this is no
+    /// object.
     std::vector<std::pair<std::string, JSONValue>> members() const;
 
 private:
     friend class JSONSerialization;
-    explicit JSONValue(std::shared_ptr<const void> node) : node_(std::move(node)) {}
+    JSONValue(std::shared_ptr<const JSONTree> tree, std::size_t index);
 
-    std::shared_ptr<const void> node_;
+    const JSONNode& node() const;
+    template <typename Visitor>
+    void visitMembers(Visitor visit) const;
+
+    std::shared_ptr<const JSONTree> tree_;
+    std::size_t index_;
 };
 
 class JSONSerialization {

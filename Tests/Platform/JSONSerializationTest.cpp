@@ -52,6 +52,10 @@ TEST(JSONSerialization, SurvivesDeepNesting) {
     constexpr std::size_t depth = 100000;
     EXPECT_FALSE(errorOf(std::string(depth, '[') + std::string(depth, ']')));
     EXPECT_TRUE(errorOf(std::string(depth, '[')));
+    std::string objects;
+    for (std::size_t i = 0; i < depth; ++i)
+        objects += "{\"a\":";
+    EXPECT_FALSE(errorOf(objects + "1" + std::string(depth, '}')));
 }
 
 TEST(JSONSerialization, WritesCompactEscapedText) {
@@ -96,6 +100,40 @@ TEST(JSONValue, KeepsTheOrderOfMembers) {
     for (const auto& [name, value] : parsed(R"({"z":"1","a":"2","m":"3"})").members())
         names.push_back(name + *value.string());
     EXPECT_EQ(names, (std::vector<std::string>{"z1", "a2", "m3"}));
+}
+
+TEST(JSONValue, TakesTheLastOfMembersWithOneName) {
+    const JSONValue json = parsed(R"({"a":"1","b":"2","a":"3","c":"4","b":5})");
+    EXPECT_EQ(json.member("a")->string(), "3");
+    EXPECT_FALSE(json.member("b")->string());
+    std::vector<std::string> names;
+    for (const auto& [name, value] : json.members())
+        names.push_back(name + value.string().value_or("none"));
+    EXPECT_EQ(names, (std::vector<std::string>{"a3", "bnone", "c4"}));
+}
+
+TEST(JSONValue, ShowsNothingOfWhatIsInAnArray) {
+    const JSONValue json =
+        parsed(R"({"a":[{"x":["y"],"b":"no"},"b",[]],"b":{"c":[{}],"d":"yes"}})");
+    EXPECT_EQ(json.members().size(), 2U);
+    EXPECT_TRUE(json.member("a")->members().empty());
+    EXPECT_EQ(json.member("b")->member("d")->string(), "yes");
+    EXPECT_FALSE(json.member("b")->member("b"));
+}
+
+// A tree that looks every name up among those before it would take many minutes.
+TEST(JSONValue, TakesManyMembers) {
+    constexpr std::size_t count = 200000;
+    std::string text = "{";
+    for (std::size_t i = 0; i < count; ++i)
+        text += "\"" + std::to_string(i) + "\":\"\",";
+    text.back() = '}';
+    EXPECT_EQ(parsed(text).members().size(), count);
+}
+
+TEST(JSONValue, ReadsEveryEscape) {
+    const JSONValue json = parsed(R"({"\u0041\n\"":"\ud83d\udda8\u0000\/"})");
+    EXPECT_EQ(json.member("A\n\"")->string(), std::string("\xf0\x9f\x96\xa8\0/", 6));
 }
 
 TEST(JSONValue, OutlivesTheValueItCameFrom) {
