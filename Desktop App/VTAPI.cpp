@@ -1,8 +1,9 @@
 #include "VTAPI.h"
 
-#include "Platform/Bundle.h"
 #include "Platform/Dispatch.h"
 #include "Platform/URLSession.h"
+#include "ServiceAnswers.h"
+#include "ServiceErrors.h"
 
 #include <algorithm>
 #include <charconv>
@@ -22,41 +23,6 @@ namespace {
 
 constexpr const char* clientVersion = "8.114.511.0";
 constexpr const char* versionHeader = "x-veltora-client-version";
-
-std::string localized(const std::string& key) {
-    return platform::Bundle::mainBundle().localizedStringForKey(key, "", std::nullopt);
-}
-
-Error serviceError(const std::string& key) {
-    return {VTAPIErrorDomain, VTAPIErrorCode, localized(key)};
-}
-
-Error serviceError(const std::string& key, Error underlyingError) {
-    return {VTAPIErrorDomain, VTAPIErrorCode, localized(key), std::move(underlyingError)};
-}
-
-Error uploadIncomplete() {
-    return serviceError("The upload could not be completed.");
-}
-
-Error unexpected() {
-    return serviceError("An unexpected error occured.");
-}
-
-/// The token exchange's own, whose text has no full stop.
-Error unexpectedInExchange() {
-    return serviceError("An unexpected error occured");
-}
-
-Error contactError(Error underlyingError) {
-    return serviceError("An error occurred while attempting to contact the server",
-                        std::move(underlyingError));
-}
-
-Error noURLError() {
-    return contactError({platform::URLErrorDomain, platform::URLErrorBadURL,
-                         "No URL can be formed from the server's name"});
-}
 
 /// Calls the handler with the error where it is always called, on a background thread.
 void refuse(VTAPI::JSONHandler handler, Error error) {
@@ -84,85 +50,6 @@ std::optional<std::string> bearer(const Data& token) {
     if (!text || platform::holdsControlCharacter(*text))
         return std::nullopt;
     return "Bearer " + *text;
-}
-
-void judgeAnswer(const VTAPI::JSONHandler& handler, const std::optional<Data>& body,
-                 std::optional<Error> transportError) {
-    if (transportError) {
-        handler(std::nullopt, contactError(*std::move(transportError)));
-        return;
-    }
-    std::optional<Error> parseError;
-    std::optional<JSONValue> json = JSONSerialization::JSONObjectWithData(*body, parseError);
-    if (parseError)
-        handler(std::nullopt, serviceError("Server is not responding", *std::move(parseError)));
-    else
-        handler(std::move(json), std::nullopt);
-}
-
-std::optional<std::string> stringMember(const std::optional<JSONValue>& object,
-                                        const std::string& name) {
-    const std::optional<JSONValue> member = object ? object->member(name) : std::nullopt;
-    return member ? member->string() : std::nullopt;
-}
-
-void judgeUploadTarget(const VTAPI::UploadTargetHandler& handler, const JSONValue& json) {
-    const std::optional<JSONValue> data = json.member("data");
-    if (stringMember(data, "type") != "url") {
-        handler(std::nullopt, std::nullopt,
-                serviceError("The upload could not be completed because the upload destination is "
-                             "not a URL"));
-        return;
-    }
-    std::optional<std::string> url = stringMember(data, "url");
-    std::optional<std::string> method = stringMember(data, "method");
-    if (!url || !method)
-        handler(std::nullopt, std::nullopt, uploadIncomplete());
-    else
-        handler(std::move(method), std::move(url), std::nullopt);
-}
-
-void judgeServerListing(const VTAPI::ServerListingHandler& handler, const JSONValue& json) {
-    const std::optional<JSONValue> data = json.member("data");
-    const std::optional<JSONValue> servers = data ? data->member("servers") : std::nullopt;
-    if (!servers || !servers->isObject()) {
-        handler(std::nullopt, unexpected());
-        return;
-    }
-    std::vector<VTAPI::ServerEntry> listing;
-    for (const auto& [code, value] : servers->members()) {
-        if (const std::optional<std::string> address = value.string())
-            listing.push_back({{VTAPIRegistrationServerCodeKey, code},
-                               {VTAPIRegistrationServerAddressKey, *address}});
-    }
-    handler(std::move(listing), std::nullopt);
-}
-
-void judgeLoginURL(const VTAPI::LoginURLHandler& handler, const JSONValue& json) {
-    const std::optional<JSONValue> data = json.member("data");
-    std::optional<std::string> code = stringMember(data, "code");
-    const std::optional<std::string> text = stringMember(data, "login_url");
-    std::optional<URL> url = text && !text->empty() ? URL::URLWithString(*text) : std::nullopt;
-    if (!code || !url)
-        handler(std::nullopt, std::nullopt, unexpected());
-    else
-        handler(std::move(code), std::move(url), std::nullopt);
-}
-
-void judgeToken(const VTAPI::TokenHandler& handler, const JSONValue& json) {
-    std::optional<std::string> token = stringMember(json.member("data"), "token");
-    if (!token)
-        handler(std::nullopt, unexpectedInExchange());
-    else
-        handler(std::move(token), std::nullopt);
-}
-
-void judgeUserInfo(const VTAPI::UserInfoHandler& handler, const JSONValue& json) {
-    std::optional<JSONValue> data = json.member("data");
-    if (!data || !data->isObject())
-        handler(std::nullopt, unexpected());
-    else
-        handler(std::move(data), std::nullopt);
 }
 
 } // namespace
@@ -235,7 +122,7 @@ void VTAPI::obtainUploadTargetUsingToken(const Data& token, const std::string& f
         return;
     }
     performAuthorized("POST", "/api/my_prints/v1/upload_target", token, *std::move(body),
-                      uploadIncomplete(), std::move(judge));
+                      uploadIncomplete, std::move(judge));
 }
 
 void VTAPI::obtainServerListingWithCompletionHandler(ServerListingHandler handler) const {
@@ -293,7 +180,7 @@ void VTAPI::attemptTokenExchangeWithCode1(const std::optional<std::string>& code
 
 void VTAPI::obtainUserInfoUsingToken(const Data& token,
                                      UserInfoHandler withCompletionHandler) const {
-    performAuthorized("GET", "/api/session/user_info", token, {}, unexpected(),
+    performAuthorized("GET", "/api/session/user_info", token, {}, unexpected,
                       [handler = std::move(withCompletionHandler)](
                           const std::optional<JSONValue>& json, std::optional<Error> error) {
                           if (error)
@@ -304,10 +191,10 @@ void VTAPI::obtainUserInfoUsingToken(const Data& token,
 }
 
 void VTAPI::performAuthorized(const std::string& method, const std::string& path, const Data& token,
-                              Data body, Error badTokenError, JSONHandler handler) const {
+                              Data body, Error (*badTokenError)(), JSONHandler handler) const {
     const std::optional<std::string> authorization = bearer(token);
     if (!authorization) {
-        refuse(std::move(handler), std::move(badTokenError));
+        refuse(std::move(handler), badTokenError());
         return;
     }
     const std::optional<URL> url = URLWithServer(server_, path);

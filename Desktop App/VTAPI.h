@@ -119,7 +119,7 @@ private:
 
     void performAuthorized(const std::string& method, const std::string& path,
                            const platform::Data& token, platform::Data body,
-                           platform::Error badTokenError, JSONHandler handler) const;
+                           platform::Error (*badTokenError)(), JSONHandler handler) const;
 
     std::string server_;
     std::string versionHeaderValue_;
