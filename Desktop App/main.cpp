@@ -1,12 +1,15 @@
 #include "Platform/Application.h"
 #include "Platform/Log.h"
+#include "Platform/ProcessMemory.h"
 #include "Platform/StandardStreams.h"
+#include "Platform/URLSession.h"
 #include "VTAPI.h"
 #include "VTTokenStore.h"
 
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <optional>
 #include <semaphore>
@@ -29,6 +32,7 @@ bool putLines(const std::string& method, const std::string& url, const std::stri
 
 /// Asks where the file is to be uploaded, prints the target, and returns the exit status.
 int generateUploadURL(const std::string& filename) {
+    platform::URLSession::prepare(); // while the keyring answers
     std::optional<platform::Data> token;
     std::optional<std::string> server;
     std::optional<std::string> account;
@@ -52,6 +56,7 @@ int generateUploadURL(const std::string& filename) {
             }
             completed.release();
         });
+    token.reset(); // nobody needs it while the answer is waited for
     completed.acquire();
     return completionStatus;
 }
@@ -59,8 +64,10 @@ int generateUploadURL(const std::string& filename) {
 } // namespace
 
 int main(int argc, char* argv[]) {
+    platform::protectProcessMemory();
     platform::prepareStandardStreams();
     if (argc >= 3 && std::strcmp(argv[1], "--generate-upload-url") == 0)
-        return generateUploadURL(argv[2]);
+        // All is written. To take the libraries down in order would only keep the caller waiting.
+        std::_Exit(generateUploadURL(argv[2]));
     return platform::NSApplicationMain(argc, argv);
 }

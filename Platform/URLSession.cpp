@@ -1,11 +1,29 @@
 #include "Platform/URLSession.h"
 
 #include "Platform/Dispatch.h"
+#include "Platform/ProcessMemory.h"
 #include "Platform/Transfer.h"
 
 #include <utility>
 
 namespace platform {
+
+namespace {
+
+/// The request, with its credentials, is gone when the answer is there.
+TransferResult perform(const URLSessionConfiguration& configuration, URLRequest&& request,
+                       const std::stop_token& ending) {
+    const URLRequest sent = std::move(request);
+    TransferResult result = Transfer(configuration, sent).run(ending);
+    wipeUnusedStack();
+    return result;
+}
+
+} // namespace
+
+void URLSession::prepare() {
+    dispatchToBackground([](const std::stop_token&) { Transfer::prepareLibrary(); });
+}
 
 URLSession URLSession::sessionWithConfiguration(URLSessionConfiguration configuration) {
     return URLSession(configuration);
@@ -24,8 +42,8 @@ URLSessionDataTask::URLSessionDataTask(URLSessionConfiguration configuration, UR
 void URLSessionDataTask::resume() {
     Transfer::prepareLibrary();
     dispatchToBackground([configuration = configuration_, request = std::move(request_),
-                          handler = std::move(handler_)](const std::stop_token& ending) {
-        TransferResult result = Transfer(configuration, request).run(ending);
+                          handler = std::move(handler_)](const std::stop_token& ending) mutable {
+        TransferResult result = perform(configuration, std::move(request), ending);
         if (ending.stop_requested())
             return;
         handler(std::move(result.body), std::move(result.error));

@@ -61,6 +61,10 @@ private:
 /// proxy's credentials.
 class URLSession {
 public:
+    /// Begins to make ready, in the background, what every request needs, so that the first one is
+    /// on its way sooner. Returns at once.
+    static void prepare();
+
     static URLSession sessionWithConfiguration(URLSessionConfiguration configuration);
 
     URLSessionDataTask

@@ -5,6 +5,7 @@ set(VT_MACOS_SOURCES
   CoreFoundationObject.cpp
   KeychainDictionary.cpp
   Log.cpp
+  ProcessMemory.cpp
   ProxyResolver.cpp
   Security.cpp
   TrustStore.cpp)
