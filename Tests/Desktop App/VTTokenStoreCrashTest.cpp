@@ -3,10 +3,12 @@
 #include "VTTokenStore.h"
 
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
+#include <cstdio>
 #include <random>
 #include <thread>
 
@@ -24,15 +26,26 @@ std::string account(int number) {
 }
 
 bool store(int number) {
-    return VTTokenStore::setToken(encodeUTF8(std::to_string(number)), server(number),
-                                  account(number));
+    const std::string text = std::to_string(number);
+    return VTTokenStore::setToken(encodeUTF8(text), server(number), account(number)) &&
+           VTTokenStore::setEphemeralCode(text, server(number));
+}
+
+bool clear() {
+    return VTTokenStore::clearToken() && VTTokenStore::clearEphemeralCode();
 }
 
 /// Less than every record's number.
 constexpr int noRecord = -1;
 
-/// The number that the record was made of. A record made of parts of several is a failure.
-int readNumber() {
+/// The numbers that the two records were made of.
+struct Numbers {
+    int token = noRecord;
+    int ephemeralCode = noRecord;
+};
+
+/// A record made of parts of several is a failure.
+int readToken() {
     std::optional<Data> token;
     std::optional<std::string> storedServer;
     std::optional<std::string> storedAccount;
@@ -45,15 +58,31 @@ int readNumber() {
     return number;
 }
 
-std::size_t numberOfItems() {
+/// The same.
+int readEphemeralCode() {
+    std::optional<std::string> code;
+    std::optional<std::string> storedServer;
+    if (!VTTokenStore::getEphemeralCode(code, storedServer))
+        return noRecord;
+    const int number = std::stoi(code.value());
+    EXPECT_EQ(storedServer, server(number));
+    return number;
+}
+
+std::size_t numberOfItems(const std::string& name) {
     std::unique_ptr<SecretService> service;
     SecretService::Matches matches;
     EXPECT_EQ(SecretService::connect(service), errSecSuccess);
-    EXPECT_EQ(service->search({{"service", "Ardentra Registration"}}, matches), errSecSuccess);
+    EXPECT_EQ(service->search({{"service", name}}, matches), errSecSuccess);
     return matches.unlocked.size() + matches.locked.size();
 }
 
-/// A process that stores one record after the other for as long as it lives.
+void expectNoItemTwice() {
+    EXPECT_LE(numberOfItems("Ardentra Registration"), 1U);
+    EXPECT_LE(numberOfItems("Ardentra Registration (ephemeral code)"), 1U);
+}
+
+/// A process that updates both records again and again for as long as it lives.
 class Writer {
 public:
     explicit Writer(int firstNumber) : process_(fork()) {
@@ -71,20 +100,55 @@ private:
     pid_t process_;
 };
 
-/// How long a writer takes until its first record is there.
-std::chrono::microseconds timeOfTheFirstRecord() {
-    EXPECT_TRUE(VTTokenStore::clearToken());
+/// A process that reads both records again and again, beside whatever else goes on, and looks
+/// whether they are whole.
+class Reader {
+public:
+    Reader() {
+        EXPECT_EQ(pipe(ends_), 0);
+        process_ = fork();
+        if (process_ == 0)
+            readUntilToldToStop();
+        close(ends_[0]);
+    }
+    Reader(const Reader&) = delete;
+    Reader& operator=(const Reader&) = delete;
+    ~Reader() {
+        close(ends_[1]);
+        int status = -1;
+        EXPECT_EQ(waitpid(process_, &status, 0), process_);
+        EXPECT_EQ(status, 0) << "the other reader has met a record that is not whole";
+    }
+
+private:
+    [[noreturn]] void readUntilToldToStop() {
+        close(ends_[1]);
+        pollfd stop = {.fd = ends_[0], .events = POLLIN, .revents = 0};
+        while (poll(&stop, 1, 0) == 0 && !testing::Test::HasFailure()) {
+            readToken();
+            readEphemeralCode();
+        }
+        _exit(testing::Test::HasFailure() ? 1 : 0);
+    }
+
+    int ends_[2] = {-1, -1};
+    pid_t process_ = -1;
+};
+
+/// How long a writer takes until its first records are there.
+std::chrono::microseconds timeOfTheFirstRecords() {
+    EXPECT_TRUE(clear());
     const auto start = Clock::now();
     const Writer writer(0);
-    EXPECT_TRUE(waitUntil([] { return readNumber() != noRecord; }));
+    EXPECT_TRUE(waitUntil([] { return readEphemeralCode() != noRecord; }));
     return std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - start);
 }
 
 /// Moments at random, so that over many rounds every step of a write is hit: as many before a
-/// writer's first record is there as after it, however fast the machine.
+/// writer's first records are there as after it, however fast the machine.
 class RandomMoments {
 public:
-    RandomMoments() : microseconds_(0, 2 * timeOfTheFirstRecord().count()) {}
+    RandomMoments() : microseconds_(0, 2 * timeOfTheFirstRecords().count()) {}
 
     Clock::time_point next() {
         return Clock::now() + std::chrono::microseconds(microseconds_(generator_));
@@ -95,60 +159,67 @@ private:
     std::uniform_int_distribution<std::int64_t> microseconds_;
 };
 
-/// Has a writer killed at a random moment while this process reads. The number that is there in the
-/// end; never less than the one before.
-int readWhileAWriterIsKilled(int firstNumber, int before, Clock::time_point moment) {
+/// The numbers that are there now; none less than the one before.
+Numbers readAfter(const Numbers& before) {
+    const Numbers now = {.token = readToken(), .ephemeralCode = readEphemeralCode()};
+    EXPECT_GE(now.token, before.token) << "the record was gone, or an older one came back";
+    EXPECT_GE(now.ephemeralCode, before.ephemeralCode);
+    return now;
+}
+
+/// Has a writer killed at a random moment while this process reads. The numbers that are there in
+/// the end.
+Numbers readWhileAWriterIsKilled(int firstNumber, Numbers numbers, Clock::time_point moment) {
     {
         const Writer writer(firstNumber);
         do {
-            const int number = readNumber();
-            EXPECT_GE(number, before) << "the record was gone, or an older one came back";
-            before = number;
+            numbers = readAfter(numbers);
         } while (Clock::now() < moment);
     }
-    const int after = readNumber();
-    EXPECT_GE(after, before);
-    EXPECT_LE(numberOfItems(), 1U);
-    return after;
+    numbers = readAfter(numbers);
+    expectNoItemTwice();
+    return numbers;
 }
 
 } // namespace
 
-TEST(TokenStoreCrash, LeavesAWholeRecordWhenTheWriterIsKilled) {
-    constexpr int rounds = 200;
+TEST(TokenStoreCrash, LeavesWholeRecordsWhenTheWriterIsKilled) {
+    constexpr int kills = 1000;
     constexpr int numbersOfARound = 1000;
     const PrivateSession session(PrivateSession::Keyring::unlocked);
     RandomMoments moments;
-    int roundsWithAChange = 0;
-    int number = noRecord;
-    for (int round = 0; round < rounds && !HasFailure(); ++round) {
-        if (round % 4 == 0) { // the first record of all is written otherwise than the next
-            ASSERT_TRUE(VTTokenStore::clearToken());
-            number = noRecord;
+    const Reader reader;
+    int killsAfterAChange = 0;
+    Numbers numbers;
+    int kill = 0;
+    for (; kill < kills && !HasFailure(); ++kill) {
+        if (kill % 4 == 0) { // the first record of all is written otherwise than the next
+            ASSERT_TRUE(clear());
+            numbers = {};
         }
-        const int firstNumber = round * numbersOfARound;
-        number = readWhileAWriterIsKilled(firstNumber, number, moments.next());
-        roundsWithAChange += number >= firstNumber ? 1 : 0;
+        const int firstNumber = kill * numbersOfARound;
+        numbers = readWhileAWriterIsKilled(firstNumber, numbers, moments.next());
+        killsAfterAChange += numbers.token >= firstNumber ? 1 : 0;
     }
-    EXPECT_GT(roundsWithAChange, rounds / 20) << "hardly a writer lived long enough to write";
+    std::printf("%d kills, %d of them after a change: %s\n", kill, killsAfterAChange,
+                HasFailure() ? "see the failure above" : "every record was whole");
+    EXPECT_GT(killsAfterAChange, kills / 20) << "hardly a writer lived long enough to write";
 }
 
-TEST(TokenStoreCrash, LeavesAWholeRecordWhenTheKeyringIsKilled) {
+TEST(TokenStoreCrash, LeavesWholeRecordsWhenTheKeyringIsKilled) {
     constexpr int rounds = 10;
     PrivateSession session(PrivateSession::Keyring::unlocked);
     RandomMoments moments;
     ASSERT_TRUE(store(0));
-    int last = 0;
+    Numbers numbers = {.token = 0, .ephemeralCode = 0};
     for (int round = 1; round <= rounds && !HasFailure(); ++round) {
         {
-            const Writer writer(last + 1);
+            const Writer writer(numbers.token + 1);
             std::this_thread::sleep_until(moments.next());
             session.keyring().kill();
         }
         session.startKeyring(PrivateSession::Keyring::unlocked);
-        const int number = readNumber();
-        EXPECT_GE(number, last);
-        EXPECT_EQ(numberOfItems(), 1U);
-        last = number;
+        numbers = readAfter(numbers);
+        expectNoItemTwice();
     }
 }
