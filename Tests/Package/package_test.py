@@ -1,10 +1,11 @@
 #!/usr/bin/python3 -B
 """The Debian package: made twice, checked, installed in a fresh system and purged again.
 
-    package_test.py FOLDER [TEST...]
+    package_test.py FOLDER BUILD_DIR [TEST...]
 
-FOLDER is where script/package has left the package. The fresh system is of the same distribution,
-and comes from where this machine gets its own packages.
+FOLDER is where script/package has left the package, BUILD_DIR where the service simulator was built.
+The fresh systems are of the same distribution, and come from where this machine gets its own
+packages.
 """
 
 import filecmp
@@ -18,7 +19,11 @@ import tempfile
 import unittest
 
 FOLDER = pathlib.Path(sys.argv.pop(1)).resolve()
-SOURCE = pathlib.Path(__file__).resolve().parents[2]
+BUILD = pathlib.Path(sys.argv.pop(1)).resolve()
+HERE = pathlib.Path(__file__).resolve().parent
+SOURCE = HERE.parents[1]
+WORLD = SOURCE / "Tests/World"
+PROGRAM = "/usr/bin/ardentra-registration"
 
 # In the package's own build log, for every source file.
 PROTECTIONS = (
@@ -94,17 +99,39 @@ class Package(unittest.TestCase):
             self.assertNotRegex(run("readelf", "--dynamic", program), "RPATH|RUNPATH")
 
     def test_is_installed_in_a_fresh_system_and_purged_without_a_trace(self):
+        self.make_system(
+            "appstream,desktop-file-utils,man-db",
+            f"{shlex.quote(str(HERE / 'in_fresh_system'))} \"$1\"",
+        )
+
+    def test_the_whole_road_leads_through_a_fresh_desktop(self):
+        """Nothing but the package is added to what a desktop has."""
+        desktop = self.folder / "desktop"
+        packages = (HERE / "desktop-packages").read_text()
+        self.make_system(
+            ",".join(re.sub("#.*", "", packages).split()),
+            f'chroot "$1" apt-get --quiet=2 --yes install /{self.package.name}',
+            desktop,
+        )
+        environment = os.environ | {"VT_WORLD_ROOT": desktop, "VT_INSTALLED": PROGRAM}
+        for test in ("whole_road_test.py", "installed_desktop_test.py", "stuck_browser_test.py"):
+            with self.subTest(test):
+                run(WORLD / "enter", BUILD, WORLD / test, BUILD, env=environment)
+
+    def make_system(self, packages, step, folder=None):
+        """Makes a system of these packages, puts the package in its root folder and takes the step,
+        whose $1 is the system. It is left in the folder, if there is one."""
         sources = self.folder / "sources.list"
         sources.write_text(package_sources())
-        steps = pathlib.Path(__file__).with_name("in_fresh_system")
         run(
-            *("mmdebstrap", "--quiet", "--variant=minbase", "--format=null"),
-            *("--include=appstream,desktop-file-utils,man-db", "--dpkgopt=force-unsafe-io"),
+            *("mmdebstrap", "--quiet", "--variant=minbase"),
+            f"--format={'directory' if folder else 'null'}",
+            *(f"--include={packages}", "--dpkgopt=force-unsafe-io"),
             '--aptopt=APT::Install-Recommends "false"',
             *proxy_settings(),
             f"--customize-hook=copy-in {shlex.quote(str(self.package))} /",
-            f"--customize-hook={shlex.quote(str(steps))} \"$1\"",
-            *(distribution(), "/dev/null", sources),
+            f"--customize-hook={step}",
+            *(distribution(), folder or "/dev/null", sources),
         )
 
 

@@ -20,6 +20,9 @@ from simulated_service import SimulatedService
 
 BUILD = pathlib.Path(sys.argv.pop(1))
 
+# The program that is there already, as a package has installed it.
+INSTALLED = pathlib.Path(os.environ["VT_INSTALLED"]) if "VT_INSTALLED" in os.environ else None
+
 DIRECTORY = "directory.ardentra.example"
 SERVER = "registration.ardentra.example"
 SERVER_TITLE = "Ardentra Demo"
@@ -33,13 +36,13 @@ NOT_COMPLETED = "The registration process could not be completed"
 class Road(unittest.TestCase):
     """The whole road of a registration, from the window to the keyring, with real parts only."""
 
-    # Where the application is installed, and whether the bus starts it.
+    # Where the application is installed, unless a package has done that, and whether the bus starts it.
     prefix = "installed"
     bus_starts_installed_services = False
 
     @classmethod
     def setUpClass(cls):
-        cls.program = install(BUILD, pathlib.Path(os.environ["VT_WORLD"]) / cls.prefix)
+        cls.program = INSTALLED or install(BUILD, pathlib.Path(os.environ["VT_WORLD"]) / cls.prefix)
         cls.adoption = OrphanAdoption()
 
     def setUp(self):

@@ -113,7 +113,7 @@ class StuckBrowser(Road):
     def test_says_that_a_setting_could_not_be_changed(self):
         self.begin_sign_in()
         # As if it had been installed where the desktop does not look.
-        self.session.environment["XDG_DATA_DIRS"] = "/usr/share"
+        self.session.environment["XDG_DATA_DIRS"] = "/nowhere"
         self.start_anew()
         self.tool.wait_for("label", NONE_OPENS)
         self.application.press("Use this application")
