@@ -134,8 +134,8 @@ class Session:
         )
         self.environment["DBUS_SESSION_BUS_ADDRESS"] = self._bus_address
         self.start("dbus-daemon", "--nofork", f"--config-file={self.folder / 'bus.conf'}")
-        wait_until((self.folder / "bus").exists, "the session bus")
-        self.bus = connect(self._bus_address)
+        # The socket is there a moment before anybody listens.
+        self.bus = wait_until(lambda: connect(self._bus_address), "the session bus")
 
     def start_keyring(self):
         """A keyring that is unlocked and empty."""
