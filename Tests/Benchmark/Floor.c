@@ -5,6 +5,8 @@
 #include "BareSecret.h"
 
 #include <netdb.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <openssl/ssl.h>
 #include <stdio.h>
 #include <string.h>
@@ -17,7 +19,10 @@ static int connectTo(const char* host) {
     if (getaddrinfo(host, "443", &hints, &address) != 0)
         return -1;
     const int connection = socket(address->ai_family, address->ai_socktype, 0);
-    if (connection >= 0 && connect(connection, address->ai_addr, address->ai_addrlen) != 0)
+    const int now = 1; /* or the request would wait for the acknowledgement of the handshake */
+    if (connection >= 0 &&
+        (setsockopt(connection, IPPROTO_TCP, TCP_NODELAY, &now, sizeof now) != 0 ||
+         connect(connection, address->ai_addr, address->ai_addrlen) != 0))
         return -1;
     return connection;
 }
