@@ -23,6 +23,8 @@ std::string modulePath() {
 // The windowed application and its toolkit are loaded here and nowhere else, so that they cost the
 // upload-URL command nothing.
 int NSApplicationMain(int argc, char** argv) {
+    // All of its functions are found now: to find one at its first call puts registers on the
+    // stack, with what is left of secrets in them.
     void* const module = dlopen(modulePath().c_str(), RTLD_NOW | RTLD_LOCAL);
     void* const entry = module != nullptr ? dlsym(module, windowModuleEntryName) : nullptr;
     if (entry == nullptr) {

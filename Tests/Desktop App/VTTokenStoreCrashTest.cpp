@@ -7,6 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <csignal>
 #include <cstdio>
 #include <random>
@@ -105,7 +106,7 @@ private:
 class Reader {
 public:
     Reader() {
-        EXPECT_EQ(pipe(ends_), 0);
+        EXPECT_EQ(pipe(ends_.data()), 0);
         process_ = fork();
         if (process_ == 0)
             readUntilToldToStop();
@@ -131,7 +132,7 @@ private:
         _exit(testing::Test::HasFailure() ? 1 : 0);
     }
 
-    int ends_[2] = {-1, -1};
+    std::array<int, 2> ends_ = {-1, -1};
     pid_t process_ = -1;
 };
 

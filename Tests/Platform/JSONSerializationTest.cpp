@@ -126,7 +126,7 @@ TEST(JSONValue, TakesManyMembers) {
     constexpr std::size_t count = 200000;
     std::string text = "{";
     for (std::size_t i = 0; i < count; ++i)
-        text += "\"" + std::to_string(i) + "\":\"\",";
+        text += '"' + std::to_string(i) + R"(":"",)";
     text.back() = '}';
     EXPECT_EQ(parsed(text).members().size(), count);
 }
