@@ -10,6 +10,7 @@
 #include <array>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <random>
 #include <thread>
 
@@ -118,7 +119,7 @@ public:
         close(ends_[1]);
         int status = -1;
         EXPECT_EQ(waitpid(process_, &status, 0), process_);
-        EXPECT_EQ(status, 0) << "the other reader has met a record that is not whole";
+        EXPECT_TRUE(WIFSIGNALED(status)) << "the other reader has met a record that is not whole";
     }
 
 private:
@@ -129,7 +130,11 @@ private:
             readToken();
             readEphemeralCode();
         }
-        _exit(testing::Test::HasFailure() ? 1 : 0);
+        if (testing::Test::HasFailure())
+            _exit(1);
+        // Or the sanitizers would look for threads of the parent, which are not in this process.
+        kill(getpid(), SIGKILL);
+        std::abort();
     }
 
     std::array<int, 2> ends_ = {-1, -1};
