@@ -1,11 +1,9 @@
 #pragma once
 
-#include "FileDescriptor.h"
+#include "ListeningSocket.h"
 #include "WaitUntil.h"
 
-#include <netinet/in.h>
 #include <poll.h>
-#include <sys/socket.h>
 
 #include <chrono>
 #include <stdexcept>
@@ -15,19 +13,7 @@
 /// it cannot listen.
 class SilentServer {
 public:
-    SilentServer() : socket_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-        auto* const address = reinterpret_cast<sockaddr*>(&address_);
-        socklen_t length = sizeof address_;
-        address_.sin_family = AF_INET;
-        address_.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        constexpr int waitingClients = 16;
-        if (bind(socket_.number(), address, length) != 0 ||
-            listen(socket_.number(), waitingClients) != 0 ||
-            getsockname(socket_.number(), address, &length) != 0)
-            throw std::runtime_error("No silent server");
-    }
-
-    std::string address() const { return "127.0.0.1:" + std::to_string(ntohs(address_.sin_port)); }
+    std::string address() const { return socket_.address(); }
 
     /// Waits until somebody has connected.
     void waitForClient() const {
@@ -37,6 +23,5 @@ public:
     }
 
 private:
-    FileDescriptor socket_;
-    sockaddr_in address_{};
+    ListeningSocket socket_;
 };
