@@ -1,4 +1,5 @@
 #include "Platform/Application.h"
+#include "Platform/Linux/Launcher.h"
 #include "Platform/Linux/WindowModule.h"
 #include "Platform/Log.h"
 
@@ -31,7 +32,7 @@ int NSApplicationMain(int argc, char** argv) {
         NSLog("The registration window could not be loaded: %@", {dlerror()});
         return EXIT_FAILURE;
     }
-    return reinterpret_cast<WindowModuleEntry*>(entry)(argc, argv);
+    return reinterpret_cast<WindowModuleEntry*>(entry)(argc, argv, launcherInUse());
 }
 
 } // namespace platform

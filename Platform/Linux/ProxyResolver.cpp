@@ -1,12 +1,11 @@
 #include "Platform/ProxyResolver.h"
 
 #include "Platform/DesktopProxies.h"
-#include "Platform/Linux/HelperProgram.h"
+#include "Platform/Linux/Launcher.h"
 #include "Platform/Linux/ProxySettings.h"
 
 #include <algorithm>
 #include <array>
-#include <filesystem>
 #include <optional>
 #include <sstream>
 #include <utility>
@@ -24,12 +23,6 @@ constexpr std::array<std::pair<std::string_view, std::string_view>, 7> schemes =
      {"socks5://", "socks5h://"},
      {"socks4a://", "socks4a://"},
      {"socks4://", "socks4://"}}};
-
-std::string programPath() {
-    std::error_code error;
-    const auto executable = std::filesystem::read_symlink("/proc/self/exe", error);
-    return (executable.parent_path() / VT_PROXY_PROGRAM).string();
-}
 
 std::optional<std::string> proxyFromDesktop(const std::string& text) {
     const auto* const known = std::ranges::find_if(
@@ -62,10 +55,10 @@ std::vector<std::string> proxiesOfDesktop(const URL& server, const std::stop_tok
     const ProxySettings settings = proxySettingsInForce();
     if (settings == ProxySettings::none)
         return {};
-    const auto output =
-        outputOfProgram({programPath(), std::string(nameOf(settings)), server.absoluteString()},
-                        proxyResolverTimeLimit, stop);
-    return output ? proxiesIn(*output) : std::vector<std::string>();
+    const LaunchResult result =
+        runProgram({"proxy-settings", std::string(nameOf(settings)), server.absoluteString()},
+                   proxyResolverTimeLimit, stop);
+    return proxiesIn(result.output);
 }
 
 } // namespace platform

@@ -3,6 +3,7 @@
 #include "Command.h"
 
 #include <cstdlib>
+#include <sstream>
 #include <utility>
 
 namespace platform {
@@ -14,19 +15,23 @@ constexpr int operationFailed = 4;
 
 constexpr const char* thisApplication = "com.norvale.tessor.desktop";
 
-QString typeOf(const std::string& scheme) {
-    return "x-scheme-handler/" + QString::fromStdString(scheme);
+std::string typeOf(const std::string& scheme) {
+    return "x-scheme-handler/" + scheme;
 }
 
-void run(const QStringList& arguments, std::function<void(const CommandResult&)> whenEnded) {
-    runCommand("xdg-mime", arguments, std::move(whenEnded));
+std::string firstWordOf(const std::string& text) {
+    std::istringstream words(text);
+    std::string word;
+    words >> word;
+    return word;
 }
 
-URLSchemeHandler handlerFrom(const CommandResult& result) {
+URLSchemeHandler handlerFrom(const LaunchResult& result) {
     const int exitStatus = result.exitStatus.value_or(EXIT_FAILURE);
-    if (exitStatus == EXIT_SUCCESS && !result.output.isEmpty())
-        return result.output == thisApplication ? URLSchemeHandler::ThisApplication
-                                                : URLSchemeHandler::AnotherApplication;
+    const std::string handler = firstWordOf(result.output);
+    if (exitStatus == EXIT_SUCCESS && !handler.empty())
+        return handler == thisApplication ? URLSchemeHandler::ThisApplication
+                                          : URLSchemeHandler::AnotherApplication;
     return exitStatus == EXIT_SUCCESS || exitStatus == operationFailed
                ? URLSchemeHandler::NoApplication
                : URLSchemeHandler::Unknown;
@@ -39,10 +44,11 @@ void ask(std::vector<std::string> schemes, URLSchemeHandler handlerSoFar,
         answer(handlerSoFar);
         return;
     }
-    const QString type = typeOf(schemes.back());
+    const std::string type = typeOf(schemes.back());
     schemes.pop_back();
-    run({"query", "default", type},
-        [=, schemes = std::move(schemes), answer = std::move(answer)](const CommandResult& result) {
+    runCommand(
+        {"xdg-mime", "query", "default", type},
+        [=, schemes = std::move(schemes), answer = std::move(answer)](const LaunchResult& result) {
             const URLSchemeHandler handler = handlerFrom(result);
             const bool decides = handler == URLSchemeHandler::AnotherApplication ||
                                  handler == URLSchemeHandler::Unknown;
@@ -60,11 +66,11 @@ void getHandlerForURLSchemes(const std::vector<std::string>& schemes,
 
 void setThisApplicationAsHandlerForURLSchemes(const std::vector<std::string>& schemes,
                                               const URLSchemeHandlerAnswer& completionHandler) {
-    QStringList arguments = {"default", thisApplication};
+    std::vector<std::string> command = {"xdg-mime", "default", thisApplication};
     for (const std::string& scheme : schemes)
-        arguments.append(typeOf(scheme));
-    run(arguments,
-        [=](const CommandResult&) { getHandlerForURLSchemes(schemes, completionHandler); });
+        command.push_back(typeOf(scheme));
+    runCommand(std::move(command),
+               [=](const LaunchResult&) { getHandlerForURLSchemes(schemes, completionHandler); });
 }
 
 } // namespace platform

@@ -18,7 +18,7 @@ using platform::URLSchemeHandler;
 namespace {
 
 const std::vector<std::string>& schemes() {
-    static const std::vector<std::string> both = {"one-scheme", "other-scheme"};
+    static const std::vector<std::string> both = {"zantiq", "veltora"};
     return both;
 }
 
@@ -72,13 +72,13 @@ TEST_F(URLSchemeHandlerTest, IsThisApplicationWhereNoneIsChosenButItIsInstalled)
 TEST_F(URLSchemeHandlerTest, IsAnotherApplicationWhereOneIsChosenForOneScheme) {
     applications_.install(thisApplication, schemes());
     applications_.install("other", schemes());
-    applications_.choose(thisApplication, {"one-scheme"});
-    applications_.choose("other", {"other-scheme"});
+    applications_.choose(thisApplication, {"zantiq"});
+    applications_.choose("other", {"veltora"});
     EXPECT_EQ(handler(), URLSchemeHandler::AnotherApplication);
 }
 
 TEST_F(URLSchemeHandlerTest, IsNoneWhereOneSchemeIsOpenedByNothing) {
-    for (const char* const scheme : {"one-scheme", "other-scheme"}) {
+    for (const char* const scheme : {"zantiq", "veltora"}) {
         applications_.install(thisApplication, {scheme});
         EXPECT_EQ(handler(), URLSchemeHandler::NoApplication) << scheme;
     }
