@@ -1,4 +1,5 @@
 #include "Platform/Application.h"
+#include "Platform/Confinement.h"
 #include "Platform/Log.h"
 #include "Platform/ProcessMemory.h"
 #include "Platform/StandardStreams.h"
@@ -66,7 +67,10 @@ int generateUploadURL(const std::string& filename) {
 int main(int argc, char* argv[]) {
     platform::protectProcessMemory();
     platform::prepareStandardStreams();
-    if (argc >= 3 && std::strcmp(argv[1], "--generate-upload-url") == 0)
+    const bool isCommand = argc >= 3 && std::strcmp(argv[1], "--generate-upload-url") == 0;
+    platform::confineProcess(isCommand ? platform::ProcessUse::command
+                                       : platform::ProcessUse::window);
+    if (isCommand)
         // All is written. To take the libraries down in order would only keep the caller waiting.
         std::_Exit(generateUploadURL(argv[2]));
     return platform::NSApplicationMain(argc, argv);

@@ -17,7 +17,9 @@ std::string environment(const char* name) {
     return value != nullptr ? value : "";
 }
 
-std::string homeFolder() {
+} // namespace
+
+std::filesystem::path homeFolder() {
     if (std::string home = environment("HOME"); !home.empty())
         return home;
     passwd user{};
@@ -27,11 +29,10 @@ std::string homeFolder() {
     return found != nullptr ? found->pw_dir : "";
 }
 
-} // namespace
-
 std::vector<std::filesystem::path> configurationFolders() {
     const std::string own = environment("XDG_CONFIG_HOME");
-    std::vector<std::filesystem::path> folders = {own.empty() ? homeFolder() + "/.config" : own};
+    std::vector<std::filesystem::path> folders = {own.empty() ? homeFolder() / ".config"
+                                                              : std::filesystem::path(own)};
     std::string shared = environment("XDG_CONFIG_DIRS");
     if (shared.empty())
         shared = "/etc/xdg";

@@ -5,9 +5,11 @@
 
 namespace platform {
 
+/// The user's home folder, also in a process without HOME.
+std::filesystem::path homeFolder();
+
 /// Where settings stand, the most important folder first: the user's own, then those for all users
-/// (XDG Base Directory Specification). A process without HOME has its user's home folder all the
-/// same.
+/// (XDG Base Directory Specification).
 std::vector<std::filesystem::path> configurationFolders();
 
 } // namespace platform

@@ -2,6 +2,7 @@
 set(VT_MACOS_SOURCES
   AutomaticProxies.cpp
   Bundle.cpp
+  Confinement.cpp
   CoreFoundationObject.cpp
   KeychainDictionary.cpp
   Log.cpp

@@ -1,0 +1,43 @@
+#include "Platform/Confinement.h"
+
+#include "Platform/Linux/FileAccess.h"
+#include "Platform/Linux/Launcher.h"
+#include "Platform/Linux/NeededFiles.h"
+#include "Platform/Linux/ProxySettings.h"
+#include "Platform/Linux/SystemCallFilter.h"
+#include "Platform/Log.h"
+
+#include <sys/prctl.h>
+
+namespace platform {
+
+namespace {
+
+#ifdef VT_UNCONFINED
+constexpr bool mayBeConfined = false;
+#else
+constexpr bool mayBeConfined = true;
+#endif
+
+/// The command starts a program only to ask for proxies.
+bool needsLauncher(ProcessUse use) {
+    return use == ProcessUse::window || proxySettingsInForce() != ProxySettings::none;
+}
+
+bool giveUpRights(ProcessUse use) {
+    return prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 && confineFileAccess(neededFiles(use)) &&
+           filterSystemCalls();
+}
+
+} // namespace
+
+void confineProcess(ProcessUse use) {
+    if (!mayBeConfined)
+        return;
+    if (needsLauncher(use))
+        useLauncher(startLauncher());
+    if (!giveUpRights(use))
+        NSLog("This kernel cannot confine the application, which has all the rights of its user.");
+}
+
+} // namespace platform

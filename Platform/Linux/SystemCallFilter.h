@@ -1,0 +1,13 @@
+#pragma once
+
+namespace platform {
+
+/// From now on, whatever the calling thread and those that it starts ask of the kernel which a
+/// network client never needs fails with EPERM (seccomp): tracing and reading other processes,
+/// running a program, accepting connections, namespaces, mounts, key rings, kernel interfaces, and
+/// sockets other than local and Internet ones. False, and nothing is changed, when the kernel
+/// cannot filter or this processor's calls are not known here. Needs no privileges, but that the
+/// thread can gain none (PR_SET_NO_NEW_PRIVS).
+bool filterSystemCalls();
+
+} // namespace platform
