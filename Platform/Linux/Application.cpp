@@ -12,17 +12,28 @@
 #include <QApplication>
 #include <QRegularExpression>
 #include <QTimer>
+#include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <utility>
 
 namespace platform {
 
 namespace {
 
-/// The arguments that have the form of a URL (RFC 3986: "scheme:"); the others mean nothing.
-QStringList urlsAmong(const QStringList& arguments) {
+/// The arguments that have the form of a URL (RFC 3986: "scheme:"); the others mean nothing. They
+/// are wiped, because the user's other processes can read what a process was started with.
+QStringList takeURLs(int argc, char** argv) {
     static const QRegularExpression scheme("^[A-Za-z][A-Za-z0-9+.-]*:");
-    return arguments.mid(1).filter(scheme);
+    QStringList urls;
+    for (int i = 1; i < argc; ++i) {
+        const QString text = QString::fromLocal8Bit(argv[i]);
+        if (!text.contains(scheme))
+            continue;
+        urls.append(text);
+        std::fill_n(argv[i], std::strlen(argv[i]), '\0');
+    }
+    return urls;
 }
 
 bool dispatchURL(const QString& url) {
@@ -105,7 +116,7 @@ int NSApplicationMain(int argc, char** argv) {
     QApplication application(argc, argv);
 
     SessionBusService service;
-    switch (service.start(urlsAmong(QCoreApplication::arguments()), platformData)) {
+    switch (service.start(takeURLs(argc, argv), platformData)) {
     case SessionBusService::Outcome::HandedOn:
         return EXIT_SUCCESS;
     case SessionBusService::Outcome::Failed:

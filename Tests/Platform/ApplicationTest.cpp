@@ -20,6 +20,8 @@
 #include <algorithm>
 #include <chrono>
 #include <csignal>
+#include <fstream>
+#include <iterator>
 #include <memory>
 #include <optional>
 #include <string_view>
@@ -30,6 +32,7 @@ using testing::ElementsAre;
 using testing::ElementsAreArray;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Not;
 
 namespace {
 
@@ -196,6 +199,15 @@ TEST_F(ApplicationTest, HandlesItsOwnURLsWhenNoneRuns) {
     const auto first = startFirst({"test:one", "ignored", "test:two"});
     EXPECT_TRUE(arrives("test:two"));
     EXPECT_THAT(arrivedURLs(), ElementsAre("test:one", "test:two"));
+}
+
+TEST_F(ApplicationTest, TakesItsURLsOutOfItsArguments) {
+    const auto first = startFirst({"test:one", "ignored", "test:two"});
+    EXPECT_TRUE(arrives("test:two"));
+    std::ifstream file("/proc/" + std::to_string(first->processIdentifier()) + "/cmdline");
+    const std::string arguments(std::istreambuf_iterator<char>(file), {});
+    EXPECT_THAT(arguments, HasSubstr("ignored"));
+    EXPECT_THAT(arguments, Not(HasSubstr("test:")));
 }
 
 TEST_F(ApplicationTest, TakesTheOptionOfTheUploadCommandForNoURL) {
