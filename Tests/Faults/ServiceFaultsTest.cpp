@@ -2,6 +2,7 @@
 // upload-URL command: what the user is told, what is logged, and what is stored afterwards. It
 // leaves a table of all that.
 
+#include "FaultTable.h"
 #include "Operation.h"
 #include "ServiceFault.h"
 #include "Simulator.h"
@@ -16,8 +17,6 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <fstream>
-#include <iomanip>
 
 using nlohmann::json;
 using platform::encodeUTF8;
@@ -47,41 +46,20 @@ std::optional<std::string> messageOf(const ServiceFault& fault, const Operation&
     return std::nullopt;
 }
 
-/// The table's rows, in the order in which they were tried.
-class Table : public testing::Environment {
-public:
-    static void add(const std::string& what, const std::string& where, const std::string& outcome) {
-        rows().push_back({what, where, outcome});
-    }
-
-    void TearDown() override {
-        std::ofstream file(VT_FAULT_TABLE);
-        file << std::left;
-        for (const auto& [what, where, outcome] : rows())
-            file << std::setw(35) << what << std::setw(18) << where << outcome << "\n";
-        file << rows().size() << " rows\n";
-    }
-
-private:
-    struct Row {
-        std::string what;
-        std::string where;
-        std::string outcome;
-    };
-
-    static std::vector<Row>& rows() {
-        static std::vector<Row> rows;
-        return rows;
-    }
-};
-
-[[maybe_unused]] const auto* const table = testing::AddGlobalTestEnvironment(new Table);
+[[maybe_unused]] const auto* const table =
+    testing::AddGlobalTestEnvironment(new FaultTable("service"));
 
 /// "curl 60" for an error of the transport.
 std::string cause(const Error& error) {
     const Error* const below = error.underlyingError();
     return below == nullptr ? ""
                             : " (" + below->domain() + " " + std::to_string(below->code()) + ")";
+}
+
+/// The part of the log line of an error that is in quotation marks, with these.
+std::string messageIn(const std::string& line) {
+    const std::size_t begin = line.find('"');
+    return line.substr(begin, line.find('"', begin + 1) + 1 - begin);
 }
 
 std::string outcomeOf(const std::optional<Error>& error) {
@@ -95,9 +73,10 @@ class ServiceFaultTest : public testing::TestWithParam<std::tuple<ServiceFault, 
 TEST_P(ServiceFaultTest, IsToldWithItsOwnMessage) {
     const auto& [fault, operation] = GetParam();
     Simulator simulator(worldAuthority());
+    FaultRow row(fault.name, operation.name);
     const std::string server = fault.arrange(simulator, operation);
     const std::optional<Error> error = operation.perform(server);
-    Table::add(fault.name, operation.name, outcomeOf(error));
+    row.setOutcome(outcomeOf(error));
 
     const std::optional<std::string> message = messageOf(fault, operation);
     ASSERT_EQ(error.has_value(), message.has_value()) << outcomeOf(error);
@@ -137,8 +116,9 @@ TEST_P(WrongTypeTest, OfAnyMemberCountsAsAbsent) {
             json changed = answer;
             changed[member] = value;
             simulator.answer(operation.path, {.body = changed.dump()});
+            FaultRow row(path + " is " + value.dump(), operation.name);
             const std::optional<Error> error = operation.perform(simulator.server());
-            Table::add(path + " is " + value.dump(), operation.name, outcomeOf(error));
+            row.setOutcome(outcomeOf(error));
             ASSERT_TRUE(error) << changed;
             EXPECT_EQ(error->localizedDescription(), message) << changed;
         }
@@ -167,6 +147,7 @@ protected:
     void meet(const ServiceFault& fault) {
         Simulator simulator(worldAuthority());
         const Operation& operation = Operation::all().back();
+        FaultRow row(fault.name, "upload command");
         const std::string server = fault.arrange(simulator, operation);
         ASSERT_TRUE(VTTokenStore::setToken(encodeUTF8(token), server, "ada@example.com"));
         const Record before = stored();
@@ -175,10 +156,11 @@ protected:
         const ProgramResult result =
             runProgram({.arguments = {VT_PROGRAM, "--generate-upload-url", "report.pdf"}},
                        std::chrono::minutes(2));
-        Table::add(fault.name, "upload command",
-                   "status " + std::to_string(result.exitStatus.value_or(-1)));
-
         const auto lines = log_.lines();
+        row.setOutcome("status " + std::to_string(result.exitStatus.value_or(-1)) +
+                       (lines.size() > linesBefore ? ", logs " + messageIn(lines.back()) : "") +
+                       (stored() == before ? ", registration kept" : ", registration changed"));
+
         if (const auto message = messageOf(fault, operation)) {
             EXPECT_EQ(result.exitStatus, 2);
             EXPECT_EQ(result.standardOutput, "");
