@@ -1,5 +1,6 @@
 #include "ServiceFault.h"
 
+#include "BrokenHTTPServer.h"
 #include "BrokenServer.h"
 
 using simulator::Answer;
@@ -69,6 +70,18 @@ ServiceFault redirect(const std::string& name, const std::string& location) {
             }};
 }
 
+/// The answer with this in place of the length of its body.
+ServiceFault contentLength(const std::string& name, Told told,
+                           const std::function<std::string(std::size_t bodySize)>& length) {
+    return {name, told, [length](Simulator&, const Operation& operation) {
+                static BrokenHTTPServer server;
+                server.answerWith("HTTP/1.1 200 OK\r\nContent-Type: application/json\r\n"
+                                  "Content-Length: " +
+                                  length(operation.answer.size()) + "\r\n\r\n" + operation.answer);
+                return server.address();
+            }};
+}
+
 std::string repeated(const std::string& text, std::size_t times) {
     std::string all;
     for (std::size_t i = 0; i < times; ++i)
@@ -107,6 +120,16 @@ const std::vector<ServiceFault>& ServiceFault::all() {
         wire("closed in the body", Wire::CloseInBody),
         wire("a chunk is cut off", Wire::TruncatedChunk),
         wire("the body has no end", Wire::Endless),
+        contentLength("a length less than the body's", Told::notResponding,
+                      [](std::size_t size) { return std::to_string(size - 1); }),
+        contentLength("a length of nothing", Told::notResponding, [](std::size_t) { return "0"; }),
+        contentLength("a length greater than the body's", Told::noContact,
+                      [](std::size_t size) { return std::to_string(size + 1); }),
+        contentLength("a length beyond every range", Told::nothing,
+                      [](std::size_t) { return std::string(30, '9'); }),
+        contentLength("a length below zero", Told::noContact, [](std::size_t) { return "-1"; }),
+        contentLength("a length that is no number", Told::noContact,
+                      [](std::size_t) { return "all"; }),
         answered("compression bomb", Told::noContact,
                  [](Answer& answer) { answer.encoding = BodyEncoding::CompressionBomb; }),
         answered("not compressed as it says", Told::noContact,
