@@ -147,17 +147,6 @@ TEST_F(UploadCommandTest, EndsWithOneWhenTheStoredServerIsNoText) {
     EXPECT_THAT(log_.lines(), IsEmpty());
 }
 
-TEST_F(UploadCommandTest, EndsWithOneWhenTheKeychainFails) {
-    store();
-    session_.keyring().kill();
-    const ProgramResult result = run();
-    EXPECT_EQ(result.exitStatus, 1);
-    EXPECT_EQ(result.standardOutput, "");
-    EXPECT_THAT(log_.lines(),
-                ElementsAre("An error occurred while attempting to load the Ardentra registration "
-                            "token: No keyring service is running."));
-}
-
 TEST_F(UploadCommandTest, EndsWithTwoWhenTheServiceAnswersWithAnError) {
     store();
     answer(R"({"error":{"message":"gone"}})");

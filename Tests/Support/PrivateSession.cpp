@@ -37,7 +37,8 @@ bool isUnlocked(const std::string& collection) {
 
 PrivateSession::PrivateSession(const Services& services) {
     enterFolder();
-    startBus(services);
+    writeConfiguration(services);
+    startBus();
 }
 
 PrivateSession::PrivateSession(Keyring keyring, const Services& services)
@@ -73,8 +74,12 @@ void PrivateSession::writeConfiguration(const Services& services) const {
            "<allow eavesdrop='true'/><allow own='*'/></policy></busconfig>\n";
 }
 
-void PrivateSession::startBus(const Services& services) {
-    writeConfiguration(services);
+void PrivateSession::startBusAnew() {
+    bus_->kill();
+    startBus();
+}
+
+void PrivateSession::startBus() {
     bus_.emplace(Program{{"dbus-daemon", "--nofork", "--print-address",
                           "--config-file=" + (folder() / "bus.conf").string()}});
     if (!waitUntil(

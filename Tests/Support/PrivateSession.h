@@ -38,6 +38,10 @@ public:
     const std::filesystem::path& folder() const { return folder_.path(); }
     ChildProcess& bus() { return *bus_; }
 
+    /// Kills the bus, if it runs, and starts it anew with the same address. What was connected to
+    /// it is not any more.
+    void startBusAnew();
+
     /// Starts the keyring, or ends it orderly and starts it anew. What it kept before is there
     /// again.
     void startKeyring(Keyring keyring);
@@ -50,7 +54,7 @@ public:
 
 private:
     void enterFolder();
-    void startBus(const Services& services);
+    void startBus();
     void endKeyring();
     void writeConfiguration(const Services& services) const;
 

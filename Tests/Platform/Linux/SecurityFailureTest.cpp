@@ -1,6 +1,7 @@
 #include "Platform/Linux/SecretService.h"
 #include "Platform/Security.h"
 #include "Support/KeychainQueries.h"
+#include "Support/KeyringTimeLimit.h"
 #include "Support/PrivateSession.h"
 
 #include <gtest/gtest.h>
@@ -24,21 +25,9 @@ void expectEverythingToFailWith(OSStatus status) {
     EXPECT_EQ(addItem("new"), status);
 }
 
-/// Bounds each answer, for as long as this lives, so that tests need not wait long.
-class TimeLimit {
-public:
-    explicit TimeLimit(std::chrono::milliseconds limit) { secretServiceTimeLimit = limit; }
-    TimeLimit(const TimeLimit&) = delete;
-    TimeLimit& operator=(const TimeLimit&) = delete;
-    ~TimeLimit() { secretServiceTimeLimit = before_; }
-
-private:
-    std::chrono::microseconds before_ = secretServiceTimeLimit;
-};
-
 void expectTimeOut() {
     constexpr std::chrono::milliseconds limit(1500);
-    const TimeLimit limited(limit);
+    const KeyringTimeLimit limited(limit);
     const auto start = Clock::now();
     EXPECT_EQ(statusOfReading(), kPOSIXErrorBase + ETIMEDOUT);
     EXPECT_GE(Clock::now() - start, limit);
@@ -134,7 +123,7 @@ TEST(SecurityFailure, DoesNotWaitLongForABusThatHangs) {
 TEST(SecurityFailure, DoesNotWaitLongForABusThatHangsInTheMiddle) {
     PrivateSession session(PrivateSession::Keyring::unlocked);
     ASSERT_EQ(addItem("token"), errSecSuccess);
-    const TimeLimit limit(std::chrono::milliseconds(200));
+    const KeyringTimeLimit limit(std::chrono::milliseconds(200));
     SecResult result;
     ASSERT_EQ(SecItemCopyMatching(referenceQuery(), result), errSecSuccess);
     session.bus().stop();
