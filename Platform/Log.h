@@ -11,7 +11,8 @@ namespace platform {
 /// format, and a "%@" without an argument stays as it is.
 ///
 /// One call is one line: control characters, line separators and bytes that are not valid UTF-8
-/// are escaped, whether they come from the format or from an argument.
+/// are escaped, whether they come from the format or from an argument. Of a line longer than 32 KiB
+/// the system log gets the beginning, with "..." behind it.
 ///
 /// May be called on any thread. A log that cannot be written is not reported.
 void NSLog(std::string_view format, std::initializer_list<std::string> arguments = {});

@@ -39,3 +39,13 @@ TEST(Log, WritesTheSameLineToTheSystemLogAndToStandardError) {
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "ardentra-registration: A value: 100 %s\n");
     EXPECT_EQ(log.lines(), std::vector<std::string>{"A value: 100 %s"});
 }
+
+TEST(Log, CutsALineThatTheSystemLogWouldNotTake) {
+    LogCapture log;
+    testing::internal::CaptureStderr();
+    const std::string beginning(32767, 'x');
+    NSLog("%@", {beginning + "\xc3\xbc" + std::string(1 << 20, 'y')});
+    EXPECT_EQ(testing::internal::GetCapturedStderr().size(),
+              std::string("ardentra-registration: \n").size() + 32769 + (1 << 20));
+    EXPECT_EQ(log.lines(), std::vector<std::string>{beginning + "..."});
+}
