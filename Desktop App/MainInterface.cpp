@@ -133,6 +133,11 @@ void RegistrationWindow::bindControls() {
     const auto* const escape = new QShortcut(QKeySequence(QKeySequence::Cancel), this);
     connect(escape, &QShortcut::activated, this, [this] { controller_->cancel(this); });
 
+    lookForPendingSignIn_.setSingleShot(true);
+    connect(&lookForPendingSignIn_, &QTimer::timeout, this, [this] {
+        if (isVisible() && !controller_->working())
+            ui_->pendingSignIn->refresh();
+    });
     connect(ui_->pendingSignIn, &PendingSignIn::feedback, this, &RegistrationWindow::showStatus);
 
     observe("isServerSelected", &RegistrationWindow::showSelection);
@@ -177,11 +182,9 @@ void RegistrationWindow::showStatus(const QString& text) {
 }
 
 void RegistrationWindow::lookForPendingSignIn() {
-    // Later, so that whatever goes on is done with and the window shows its face first.
-    QTimer::singleShot(0, this, [this] {
-        if (isVisible() && !controller_->working())
-            ui_->pendingSignIn->refresh();
-    });
+    // Later, so that whatever goes on is done with and the window shows its face first, and once,
+    // however often it is asked for meanwhile: it takes time.
+    lookForPendingSignIn_.start();
 }
 
 bool RegistrationWindow::canSignIn() const {

@@ -2,6 +2,7 @@
 
 #include "VTRegistrationController.h"
 
+#include <QTimer>
 #include <QWidget>
 #include <memory>
 #include <optional>
@@ -59,4 +60,5 @@ private:
     Wait nextWait_ = Wait::listing;
     QWidget* focusToReturn_ = nullptr;
     bool awaitsPaint_ = false;
+    QTimer lookForPendingSignIn_; ///< waits until whatever goes on is done with
 };

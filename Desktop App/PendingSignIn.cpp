@@ -116,9 +116,14 @@ void PendingSignIn::refresh() {
 
 void PendingSignIn::showWaiting() {
     ui_->signInPage->setVisible(workspace_.lastOpenedURL().has_value());
+    if (std::exchange(asksForHandler_, true))
+        return;
     platform::getHandlerForURLSchemes(callbackSchemes(),
                                       [panel = QPointer(this)](URLSchemeHandler handler) {
-                                          if (panel != nullptr && !panel->changesHandler_)
+                                          if (panel == nullptr)
+                                              return;
+                                          panel->asksForHandler_ = false;
+                                          if (!panel->changesHandler_)
                                               panel->showHandler(handler);
                                       });
 }

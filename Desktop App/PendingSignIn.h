@@ -53,5 +53,6 @@ private:
 
     std::unique_ptr<Ui::PendingSignIn> ui_;
     platform::Workspace& workspace_;
+    bool asksForHandler_ = false;
     bool changesHandler_ = false;
 };
