@@ -21,7 +21,7 @@ struct Table {
     }
 
     void write(const std::string& fault, const std::string& operation, const std::string& outcome) {
-        constexpr int faultWidth = 52;
+        constexpr int faultWidth = 56;
         constexpr int operationWidth = 18;
         file << std::left << std::setw(faultWidth) << fault << std::setw(operationWidth)
              << operation << outcome << std::endl;

@@ -1,30 +1,18 @@
 // The windowed application as a desktop meets it: the built program on a real session bus. A URL of
 // an unknown scheme is refused with one line in the log, which shows that it has arrived.
 
-#include "Simulator.h"
-#include "Support/ChildProcess.h"
-#include "Support/LogCapture.h"
-#include "Support/PrivateSession.h"
-#include "Support/WorldAuthority.h"
-#include "VTTokenStore.h"
+#include "RunningApplication.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <QCoreApplication>
-#include <QDBusConnection>
-#include <QDBusConnectionInterface>
-#include <QDBusMessage>
 #include <QDBusPendingReply>
-#include <QVariantMap>
 #include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <fstream>
 #include <iterator>
-#include <memory>
-#include <optional>
-#include <string_view>
+#include <string>
 #include <thread>
 
 using namespace std::chrono_literals;
@@ -36,109 +24,20 @@ using testing::Not;
 
 namespace {
 
-constexpr const char* name = "com.norvale.tessor";
 constexpr const char* listingPath = "/api/mobile/v2/registration_servers";
-constexpr std::string_view refusal =
-    "The supplied URL is not valid because the scheme is unknown: ";
 
-using Arguments = std::vector<std::string>;
-
-Program application(const Arguments& arguments = {}) {
-    Program program{{VT_PROGRAM}, {{"QT_QPA_PLATFORM", "offscreen"}}};
-    program.arguments.insert(program.arguments.end(), arguments.begin(), arguments.end());
-    return program;
-}
-
-std::unique_ptr<ChildProcess> start(const Arguments& arguments = {}) {
-    return std::make_unique<ChildProcess>(application(arguments));
-}
-
-/// A connection of the test's own to the bus of its session.
-class Bus {
-public:
-    Bus()
-        : connection_(QDBusConnection::connectToBus(
-              qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS"), "test")) {}
-    Bus(const Bus&) = delete;
-    Bus& operator=(const Bus&) = delete;
-    ~Bus() { QDBusConnection::disconnectFromBus("test"); }
-
-    /// The process that has the application's name, or 0.
-    pid_t owner() const {
-        const auto reply = connection_.interface()->servicePid(name);
-        return reply.isValid() ? static_cast<pid_t>(reply.value()) : 0;
-    }
-
-    QDBusMessage call(const QString& method, const QVariantList& arguments) const {
-        return connection_.call(message(method, arguments));
-    }
-
-    /// Sends the call and does not wait for its answer.
-    QDBusPendingCall send(const QString& method, const QVariantList& arguments) const {
-        return connection_.asyncCall(message(method, arguments));
-    }
-
-private:
-    static QDBusMessage message(const QString& method, const QVariantList& arguments) {
-        QDBusMessage message = QDBusMessage::createMethodCall(
-            name, "/com/norvale/tessor", "org.freedesktop.Application", method);
-        message.setArguments(arguments);
-        return message;
-    }
-
-    QDBusConnection connection_;
-};
-
-class ApplicationTest : public testing::Test {
+class ApplicationTest : public testing::Test, protected ApplicationSession {
 protected:
     explicit ApplicationTest(const PrivateSession::Services& services = {})
-        : session_(PrivateSession::Keyring::unlocked, services),
-          simulator_(worldAuthority(), {.port = 443, .hostNames = {"directory.ardentra.example"}}) {
-        // With a pending registration every URL is looked at, so that it leaves a trace.
-        VTTokenStore::setEphemeralCode("ephemeral", "directory.ardentra.example");
-    }
-
-    /// Starts an application and waits until it has the name and answers to it.
-    std::unique_ptr<ChildProcess> startFirst(const Arguments& arguments = {}) {
-        auto first = start(arguments);
-        EXPECT_TRUE(waitUntil([&] { return bus_.owner() == first->processIdentifier(); }));
-        EXPECT_EQ(bus_.call("Activate", {QVariantMap()}).type(), QDBusMessage::ReplyMessage);
-        return first;
-    }
-
-    /// The URLs that have arrived, in their order.
-    std::vector<std::string> arrivedURLs() {
-        std::vector<std::string> urls;
-        for (const std::string& line : log_.lines()) {
-            if (line.starts_with(refusal))
-                urls.push_back(line.substr(refusal.size()));
-        }
-        return urls;
-    }
-
-    bool arrives(const std::string& url) {
-        return waitUntil([&] {
-            const auto urls = arrivedURLs();
-            return std::find(urls.begin(), urls.end(), url) != urls.end();
-        });
-    }
-
-    static void endInOrder(ChildProcess& process) {
-        process.sendSignal(SIGTERM);
-        EXPECT_EQ(process.wait().exitStatus, 0);
-    }
-
-    PrivateSession session_;
-    Bus bus_;
-    LogCapture log_;
-    simulator::Simulator simulator_;
+        : ApplicationSession(services) {}
 };
 
 /// Here nobody but the bus starts the application, for whoever calls it by its name.
 class StartedByTheBus : public ApplicationTest {
 protected:
     StartedByTheBus()
-        : ApplicationTest({{name, "/usr/bin/env QT_QPA_PLATFORM=offscreen '" VT_PROGRAM "'"}}) {}
+        : ApplicationTest(
+              {{applicationName, "/usr/bin/env QT_QPA_PLATFORM=offscreen '" VT_PROGRAM "'"}}) {}
 
     void TearDown() override {
         endTheOneThatRuns();
@@ -160,17 +59,6 @@ protected:
     }
 };
 
-int argumentCount = 0;
-
-/// What Qt asks for before its bus can be used; owned by the test framework.
-class CoreApplication : public testing::Environment {
-public:
-    void SetUp() override { application_.emplace(argumentCount, nullptr); }
-    void TearDown() override { application_.reset(); }
-
-private:
-    std::optional<QCoreApplication> application_;
-};
 const testing::Environment* const coreApplication =
     testing::AddGlobalTestEnvironment(new CoreApplication);
 
@@ -261,26 +149,6 @@ TEST_F(ApplicationTest, TakesOverFromOneThatIsKilled) {
     EXPECT_TRUE(waitUntil([&] { return bus_.owner() == second->processIdentifier(); }));
 }
 
-TEST_F(ApplicationTest, SaysSoWhenTheOneThatRunsDoesNotAnswer) {
-    const auto first = startFirst();
-    first->stop();
-    EXPECT_EQ(runProgram(application({"test:url"})).exitStatus, 1);
-    EXPECT_THAT(
-        log_.lines(),
-        ElementsAre(HasSubstr("The application that is running already could not be reached: ")));
-}
-
-TEST_F(ApplicationTest, RefusesWhatItCannotHandleAnyMore) {
-    VTTokenStore::clearEphemeralCode();
-    // Without a pending registration the first URL brings up an alert, behind which the next waits.
-    const auto first = startFirst({"test:first"});
-    const QDBusPendingReply<> waiting =
-        bus_.send("Open", {QStringList("test:next"), QVariantMap()});
-    EXPECT_EQ(bus_.call("Activate", {QVariantMap()}).type(), QDBusMessage::ReplyMessage);
-    endInOrder(*first);
-    EXPECT_EQ(waiting.error().name(), "com.norvale.tessor.Error.Ending");
-}
-
 TEST_F(ApplicationTest, RunsForItselfWithoutASessionBus) {
     Program program = application({"test:url"});
     program.environment["DBUS_SESSION_BUS_ADDRESS"] = "unix:path=/nowhere";
@@ -290,12 +158,6 @@ TEST_F(ApplicationTest, RunsForItselfWithoutASessionBus) {
                 HasSubstr("Without a session bus the application runs for itself: "));
     EXPECT_TRUE(alone.isRunning());
     endInOrder(alone);
-}
-
-TEST_F(ApplicationTest, GoesOnWhenTheSessionBusGoes) {
-    const auto first = startFirst();
-    session_.bus().kill();
-    endInOrder(*first);
 }
 
 TEST_F(ApplicationTest, SaysSoWhenThereIsNoDisplay) {
@@ -357,29 +219,6 @@ TEST_F(ApplicationTest, EndsWhileAnAlertIsShown) {
     endInOrder(*first);
 }
 
-TEST_F(ApplicationTest, DeliversWhateverAnOpenCallHoldsInOrder) {
-    const auto first = startFirst();
-    const auto opens = [this](const QStringList& urls) {
-        return bus_.call("Open", {urls, QVariantMap()}).type() == QDBusMessage::ReplyMessage;
-    };
-    EXPECT_TRUE(opens({}));
-    EXPECT_TRUE(opens({"", "no URL", "line\nbreak", "test:bell\a", "%zz", "test:ünïcode"}));
-    EXPECT_TRUE(opens({"test:" + QString(1 << 20, 'x')}));
-    QStringList many;
-    std::vector<std::string> expected;
-    for (int number = 0; number < 100; ++number) {
-        many.append("test:" + QString::number(number));
-        expected.push_back(many.back().toStdString());
-    }
-    EXPECT_TRUE(opens(many));
-    EXPECT_TRUE(arrives("test:99"));
-    std::vector<std::string> arrived = arrivedURLs();
-    ASSERT_GE(arrived.size(), expected.size());
-    arrived.erase(arrived.begin(), arrived.end() - 100);
-    EXPECT_THAT(arrived, ElementsAreArray(expected));
-    EXPECT_TRUE(first->isRunning());
-}
-
 TEST_F(ApplicationTest, DeliversOpenCallsInTheOrderInWhichTheyCome) {
     const auto first = start();
     // As early as there is someone to call.
@@ -392,19 +231,6 @@ TEST_F(ApplicationTest, DeliversOpenCallsInTheOrderInWhichTheyCome) {
     }
     EXPECT_TRUE(arrives("test:19"));
     EXPECT_THAT(arrivedURLs(), ElementsAreArray(expected));
-}
-
-TEST_F(ApplicationTest, RefusesCallsThatItDoesNotKnow) {
-    const auto first = startFirst();
-    EXPECT_EQ(bus_.call("ActivateAction", {"new-window", QVariantList(), QVariantMap()}).type(),
-              QDBusMessage::ErrorMessage);
-    EXPECT_EQ(bus_.call("Open", {"not a list"}).type(), QDBusMessage::ErrorMessage);
-    EXPECT_EQ(bus_.call("Close", {}).type(), QDBusMessage::ErrorMessage);
-    EXPECT_EQ(bus_.call("Activate", {QVariantMap{{"desktop-startup-id", 7},
-                                                 {"activation-token", QStringList{"a"}}}})
-                  .type(),
-              QDBusMessage::ReplyMessage);
-    EXPECT_TRUE(first->isRunning());
 }
 
 TEST_F(StartedByTheBus, HandlesTheURLsThatItIsStartedFor) {
@@ -451,18 +277,4 @@ TEST_F(StartedByTheBus, LosesNoURLThatComesWhileItEnds) {
         EXPECT_TRUE(arrives(expected.back()));
     }
     EXPECT_THAT(arrivedURLs(), ElementsAreArray(expected));
-}
-
-TEST_F(StartedByTheBus, PassesOnWhatItCannotHandleAnyMore) {
-    VTTokenStore::clearEphemeralCode();
-    // Without a pending registration the first URL brings up an alert, behind which the next waits.
-    QDBusPendingReply<> first = open("test:first");
-    first.waitForFinished();
-    QDBusPendingReply<> waiting = open("test:next");
-    EXPECT_TRUE(activate());
-    VTTokenStore::setEphemeralCode("ephemeral", "directory.ardentra.example");
-    endTheOneThatRuns();
-    waiting.waitForFinished();
-    EXPECT_FALSE(waiting.isError()) << waiting.error().message().toStdString();
-    EXPECT_TRUE(arrives("test:next"));
 }

@@ -71,7 +71,9 @@ void PrivateSession::writeConfiguration(const Services& services) const {
         << "<busconfig><type>session</type><listen>unix:path=" << (folder() / "bus").string()
         << "</listen><auth>EXTERNAL</auth><servicedir>" << (folder() / "services").string()
         << "</servicedir><policy context='default'><allow send_destination='*' eavesdrop='true'/>"
-           "<allow eavesdrop='true'/><allow own='*'/></policy></busconfig>\n";
+           "<allow eavesdrop='true'/><allow own='*'/></policy>"
+           // As the bus of a real session has it.
+           "<limit name='max_replies_per_connection'>50000</limit></busconfig>\n";
 }
 
 void PrivateSession::startBusAnew() {
