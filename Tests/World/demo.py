@@ -60,8 +60,9 @@ class Demo:
         relay = SignInRelay(self.server, self.authority)
         self._cleanups.callback(relay.stop)
         self.program = self._write_program(desktop, own, relay)
+        # The application knows itself by this name when it asks who opens its links.
         entry = TemporaryDesktopEntry(
-            *(desktop.environment, "com.norvale.tessor.demo", "Ardentra Registration"),
+            *(desktop.environment, "com.norvale.tessor", "Ardentra Registration"),
             *(self.program, SCHEMES),
         )
         self._cleanups.callback(entry.remove)
@@ -92,7 +93,8 @@ class Demo:
                 # The browser belongs to the desktop, and knows the page by its plain address.
                 _setting("DBUS_SESSION_BUS_ADDRESS", environment.get("DBUS_SESSION_BUS_ADDRESS")),
                 _setting("PATH", environment["PATH"]),
-                "unset SSL_CERT_DIR",
+                _setting("SSL_CERT_DIR", environment.get("SSL_CERT_DIR")),
+                "unset QT_LINUX_ACCESSIBILITY_ALWAYS_ON",
                 f"page=$(printf %s \"$1\" | sed 's|^https://{self.server}/|{relay.origin}/|')",
                 'exec xdg-open "$page"',
             ],
@@ -105,12 +107,18 @@ class Demo:
                 _setting("PATH", f"{commands}:{environment['PATH']}"),
                 _setting("QT_LINUX_ACCESSIBILITY_ALWAYS_ON", 1),
                 _setting("SSL_CERT_DIR", self.authority),
+                _setting("no_proxy", _proxy_exceptions(environment)),
                 f'exec {shlex.quote(str(program))} "$@"',
             ],
         )
 
     def stop(self):
         self._cleanups.close()
+
+
+def _proxy_exceptions(environment):
+    others = environment.get("no_proxy") or environment.get("NO_PROXY")
+    return f"{others},localhost" if others else "localhost"
 
 
 def _setting(variable, value):
@@ -126,11 +134,17 @@ def _write_command(path, lines):
 class Person:
     """Is told what to do, and does it."""
 
+    def __init__(self, demo):
+        self._program = demo.program
+
     def register(self):
         say(f'Your turn: in the window, choose "{TITLE}" and press one of the two sign-in buttons.')
-        say("  Your browser opens a sign-in page of the simulated service. Press its button.")
+        say("  The window makes room for your browser, which opens a sign-in page of the simulated")
+        say("  service. Press its button.")
         say("  If the browser asks whether it may open Ardentra Registration, allow it.")
         say('  When the window tells you of its success, press "OK".')
+        say(f"  Should no page come, this brings the window back: {self._program}")
+        say("  Ctrl-C ends the demo at any time.")
 
 
 class Robot:
@@ -165,7 +179,7 @@ class Robot:
 
 
 class Narrator(threading.Thread):
-    """Says what the service is asked for, as it happens."""
+    """Says what the service is asked for, as it happens, while it is entered."""
 
     STORY = (
         ("/api/mobile/v2/registration_servers", "The window has asked for the list of servers."),
@@ -188,7 +202,10 @@ class Narrator(threading.Thread):
             while story and self._service.requests(story[0][0]):
                 say(f"  -> {story.pop(0)[1]}")
 
-    def end(self):
+    def __enter__(self):
+        self.start()
+
+    def __exit__(self, *reason):
         self._ended.set()
         self.join()
 
@@ -200,12 +217,10 @@ def say(text):
 def run_program(demo, desktop, user):
     """From the window to its end; true when the program has ended well."""
     say("The application starts: its window asks the simulated service for its servers.")
-    narrator = Narrator(demo.service)
-    narrator.start()
-    process = desktop.start(demo.program)
-    user.register()
-    status = process.wait()
-    narrator.end()
+    with Narrator(demo.service):
+        process = desktop.start(demo.program)
+        user.register()
+        status = process.wait()
     if status != 0:
         say(desktop.read_log(demo.program.name))
     return status == 0
@@ -225,7 +240,7 @@ def upload(demo, desktop):
     method, url, account = result.stdout.splitlines()
     say(f"  method:  {method}\n  URL:     {url}\n  account: {account}")
     trust = ("--cacert", demo.authority / "authority.pem", "--capath", demo.authority)
-    curl = ("curl", "--silent", "--show-error", "--fail", *trust)
+    curl = ("curl", "--silent", "--show-error", "--fail", "--noproxy", "localhost", *trust)
     sent = desktop.run(*curl, "-X", method, "--data-binary", f"@{sample}", url)
     if sent.returncode != 0:
         say(f"The upload failed: {sent.stderr}")
@@ -262,7 +277,7 @@ def show(build, port, pictures):
             desktop.start_bus()
         demo.start(desktop)
         say(f"A registration service is simulated at https://{demo.server}/.")
-        user = Person() if pictures is None else Robot(demo, desktop, display, pictures)
+        user = Person(demo) if pictures is None else Robot(demo, desktop, display, pictures)
         return run_program(demo, desktop, user) and upload(demo, desktop)
 
 

@@ -19,7 +19,8 @@ class TemporaryDesktopEntry:
         self._entry = pathlib.Path(data) / "applications" / f"{identifier}.desktop"
         self._list = pathlib.Path(configuration) / "mimeapps.list"
         self._made_folders = [*_make_folder(self._entry.parent), *_make_folder(self._list.parent)]
-        self._before = self._list.read_text() if self._list.exists() else None
+        self._entry_before = _text_of(self._entry)
+        self._before = _text_of(self._list)
 
         types = [f"x-scheme-handler/{scheme}" for scheme in schemes]
         self._lines = {kind: f"{kind}={identifier}.desktop" for kind in types}
@@ -32,14 +33,12 @@ class TemporaryDesktopEntry:
         self._list.write_text(self._with_entry)
 
     def remove(self):
-        self._entry.unlink(missing_ok=True)
-        present = self._list.read_text() if self._list.exists() else ""
+        _put_back(self._entry, self._entry_before)
+        present = _text_of(self._list) or ""
         if present != self._with_entry:
             self._list.write_text(self._take_out(present))
-        elif self._before is None:
-            self._list.unlink()
         else:
-            self._list.write_text(self._before)
+            _put_back(self._list, self._before)
         for folder in self._made_folders:
             if not any(folder.iterdir()):
                 folder.rmdir()
@@ -65,6 +64,18 @@ class TemporaryDesktopEntry:
         own = set(self._lines.values())
         lines = [self._replaced.get(line) if line in own else line for line in text.splitlines()]
         return "".join(f"{line}\n" for line in lines if line is not None)
+
+
+def _text_of(file):
+    """None where there is no such file."""
+    return file.read_text() if file.exists() else None
+
+
+def _put_back(file, text):
+    if text is None:
+        file.unlink(missing_ok=True)
+    else:
+        file.write_text(text)
 
 
 def _make_folder(folder):

@@ -35,6 +35,15 @@ class TemporaryDesktopEntryTest(unittest.TestCase):
         self.add_entry().remove()
         self.assertEqual(list(self.home.iterdir()), [])
 
+    def test_gives_back_an_entry_of_the_same_name(self):
+        entry = self.home / ".local/share/applications/demo.desktop"
+        entry.parent.mkdir(parents=True)
+        entry.write_text("[Desktop Entry]\nName=The real one\n")
+        added = self.add_entry()
+        self.assertIn("Exec=/bin/true %u", entry.read_text())
+        added.remove()
+        self.assertEqual(entry.read_text(), "[Desktop Entry]\nName=The real one\n")
+
     def test_leaves_the_list_as_it_was_to_the_byte(self):
         text = "\n[Default Applications]\nx-scheme-handler/veltora=other.desktop;\n\n[Group]"
         self.write_list(text)

@@ -67,6 +67,8 @@ class Programs:
                 env=environment,
                 stdout=output,
                 stderr=output,
+                # Ctrl-C is for whoever ends them, in an order of its own.
+                process_group=0,
                 **({"stdin": subprocess.DEVNULL} | options),
             )
         self._running.append(program)
