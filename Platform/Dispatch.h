@@ -5,11 +5,13 @@
 
 namespace platform {
 
-/// Runs the task on a thread of its own, at some time from now, and returns at once.
+/// Runs the task on another thread, at some time from now, and returns at once. Up to 32 tasks run
+/// at the same time; more wait for their turn, so a task must not wait for another. One that the
+/// system has no thread for waits too, with a line in the log.
 ///
 /// When the process ends by returning from main or by exit(), the token asks every task to stop,
 /// and the process waits for all of them; so a task must end soon once it is asked to. A task that
-/// is started after that does not run.
+/// has not begun by then does not run.
 void dispatchToBackground(std::function<void(std::stop_token ending)> task);
 
 /// Runs the task on the main thread, at some time from now, when the application's event loop gets
