@@ -24,11 +24,6 @@ bool needsLauncher(ProcessUse use) {
     return use == ProcessUse::window || proxySettingsInForce() != ProxySettings::none;
 }
 
-bool giveUpRights(ProcessUse use) {
-    return prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 && confineFileAccess(neededFiles(use)) &&
-           filterSystemCalls();
-}
-
 } // namespace
 
 void confineProcess(ProcessUse use) {
@@ -36,8 +31,14 @@ void confineProcess(ProcessUse use) {
         return;
     if (needsLauncher(use))
         useLauncher(startLauncher());
-    if (!giveUpRights(use))
-        NSLog("This kernel cannot confine the application, which has all the rights of its user.");
+    prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
+    const bool isConfinedToFiles = confineFileAccess(neededFiles(use));
+    const bool isFiltered = filterSystemCalls();
+    if (!isConfinedToFiles)
+        NSLog("This kernel cannot confine the application to the files that it needs: it has no "
+              "Landlock.");
+    if (!isFiltered)
+        NSLog("This kernel cannot confine the application to the system calls that it needs.");
 }
 
 } // namespace platform

@@ -41,10 +41,11 @@ constexpr std::initializer_list<const char*> inHome = {
 constexpr std::initializer_list<const char*> inData = {
     "color-schemes", "fonts", "flatpak/exports/share", "icons", "mime", "themes"};
 constexpr std::initializer_list<const char*> inConfiguration = {
-    "Kvantum",  "QtProject",       "QtProject.conf", "Trolltech.conf", "breezerc",
-    "fcitx",    "fcitx5",          "fontconfig",     "gtk-3.0",        "gtk-4.0",
-    "ibus",     "kcminputrc",      "kdeglobals",     "kwinrc",         "lxqt",
-    "oxygenrc", "plasma-localerc", "plasmarc",       "qt6ct",          "xkb"};
+    "Kvantum",  "QtProject", "QtProject.conf",  "Trolltech.conf", "XCompose",
+    "breezerc", "fcitx",     "fcitx5",          "fontconfig",     "gtk-3.0",
+    "gtk-4.0",  "ibus",      "kcminputrc",      "kdeglobals",     "kwinrc",
+    "lxqt",     "oxygenrc",  "plasma-localerc", "plasmarc",       "qt6ct",
+    "xkb"};
 // What names proxies, and may be asked for at any time.
 constexpr std::initializer_list<const char*> proxySettings = {"dconf", "glib-2.0/settings",
                                                               "kioslaverc"};
@@ -93,7 +94,7 @@ void addNamedBy(Paths& paths, std::initializer_list<const char*> variables) {
     for (const char* const variable : variables) {
         std::istringstream list(folderNamedBy(variable, {}).string());
         for (std::string path; std::getline(list, path, ':');) {
-            if (!path.empty() && !holdsHome(path))
+            if (path.starts_with('/') && !holdsHome(path))
                 paths.push_back(path);
         }
     }
@@ -117,13 +118,13 @@ void addWindow(FileAccess& access) {
         add(access.readable, folder, inConfiguration);
     addNamedBy(access.readable, variablesOfEveryWindow);
 
-    access.writable.push_back(folderNamedBy("XDG_CACHE_HOME", home / ".cache") / "fontconfig");
-    // The desktop's settings are read through a file there.
-    if (const fs::path folder = folderNamedBy("XDG_RUNTIME_DIR", {}); !folder.empty())
-        access.writable.push_back(folder / "dconf");
-    for (const std::string& folder : access.writable) {
+    // To be read only: other programs trust what stands there.
+    access.readable.push_back(folderNamedBy("XDG_CACHE_HOME", home / ".cache") / "fontconfig");
+    // The desktop's settings are read through a file there, which each reader makes.
+    if (const fs::path folder = folderNamedBy("XDG_RUNTIME_DIR", {}); !folder.empty()) {
         std::error_code error;
-        fs::create_directories(folder, error);
+        fs::create_directory(folder / "dconf", error);
+        access.writable.push_back(folder / "dconf");
     }
 }
 

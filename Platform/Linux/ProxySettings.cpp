@@ -1,6 +1,7 @@
 #include "Platform/Linux/ProxySettings.h"
 
 #include "Platform/Linux/ConfigurationFolders.h"
+#include "Platform/Linux/Launcher.h"
 
 #include <algorithm>
 #include <array>
@@ -88,6 +89,10 @@ ProxySettings proxySettingsInForce() {
     const char* const value = std::getenv("XDG_CURRENT_DESKTOP");
     const std::string desktop = value != nullptr ? value : "";
     const bool isKDE = desktop.find("KDE") != std::string::npos;
+    // KDE makes the file anew at each change, which a confined process does not see: the launcher's
+    // program does.
+    if (isKDE && launcherInUse() >= 0)
+        return ProxySettings::kde;
     if ((isKDE || desktop.empty()) && kdeNamesAProxy())
         return ProxySettings::kde;
     if (!isKDE && gnomeMayNameAProxy())

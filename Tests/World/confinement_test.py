@@ -13,7 +13,8 @@ import struct
 import sys
 import unittest
 
-from road import BUILD, Road, main
+from road import BUILD, SERVER_TITLE, Road, main
+from session import wait_until
 
 # Loaded into a process, it tries everything when the process first connects to something.
 ACTS = BUILD / "tests/forbidden-acts.so"
@@ -52,24 +53,24 @@ def take_landlock_away():
 
 @unittest.skipUnless(has_landlock(), "this kernel cannot confine anything")
 class Confinement(Road):
-    def start_with_acts(self, *arguments):
+    def start_with_acts(self, *arguments, **options):
         """Starts a program that tries everything: where it says what came of it."""
         folder = self.session.folder / "home/acts"
-        (folder / "config/other").mkdir(parents=True)
+        (folder / "config/other").mkdir(parents=True, exist_ok=True)
         for file in ("document", "letter", "config/other/cookies"):
             (folder / file).write_text("the user's own")
         reader, writer = os.pipe()
         self.session.environment.update(
             LD_PRELOAD=str(ACTS), VT_ACTS=str(writer), VT_ACTS_FOLDER=str(folder)
         )
-        self.process = self.session.start(*arguments, pass_fds=(writer,))
+        self.process = self.session.start(*arguments, pass_fds=(writer,), **options)
         del self.session.environment["LD_PRELOAD"]
         os.close(writer)
         return reader
 
-    def outcomes(self, *arguments):
+    def outcomes(self, *arguments, **options):
         """What came of each act in a program that tries everything."""
-        with open(self.start_with_acts(*arguments), encoding="ascii") as report:
+        with open(self.start_with_acts(*arguments, **options), encoding="ascii") as report:
             lines = [line.rstrip("\n").split(": ") for line in report]
         self.assertGreater(len(lines), 40)
         return dict(lines)
@@ -79,8 +80,11 @@ class Confinement(Road):
         with open(DENIED, "a", encoding="ascii") as table:
             for act, outcome in outcomes.items():
                 table.write(f"{use:<8} may not  {act:<40} {outcome}\n")
-        allowed = {act: outcome for act, outcome in outcomes.items() if outcome not in ("EACCES", "EPERM")}
-        self.assertEqual(allowed, {})
+        self.assertEqual(self.allowed(outcomes), set())
+
+    @staticmethod
+    def allowed(outcomes):
+        return {act for act, outcome in outcomes.items() if outcome not in ("EACCES", "EPERM")}
 
     def test_every_act_is_possible_to_others(self):
         """Otherwise it would prove nothing that it is denied."""
@@ -100,6 +104,27 @@ class Confinement(Road):
         self.assertEqual(self.process.wait(), 1)
         self.assertNotIn("confine", self.application.read_log())
 
+    def test_the_oldest_kernels_leave_the_command_little_more(self):
+        """Those of Debian 12 and of the first distributions that had Landlock."""
+        for version in ("1", "2"):
+            self.session.environment["VT_LANDLOCK_VERSION"] = version
+            outcomes = self.outcomes(self.program, "--generate-upload-url", "report.pdf")
+            self.assertEqual(self.allowed(outcomes), {"bind a port"})
+            self.assertEqual(self.process.wait(), 1)
+
+    def test_sees_proxy_settings_that_change_while_it_runs(self):
+        """The desktop puts a new file in the place of the old one."""
+        self.session.environment["XDG_CURRENT_DESKTOP"] = "KDE"
+        self.process = self.application.start()
+        self.application.select_server(SERVER_TITLE)
+        new = self.session.folder / "home/.config/kioslaverc.new"
+        new.write_text("[Proxy Settings]\nProxyType=1\nhttpsProxy=http://127.0.0.1:9\n")
+        new.rename(new.with_suffix(""))
+        self.application.press("Sign in with Google")
+        wait_until(lambda: "127.0.0.1 port 9" in self.application.read_log(), "the proxy's refusal")
+        self.process.terminate()
+        self.assert_ends(self.process)
+
     def test_goes_on_and_says_so_where_the_kernel_has_never_heard_of_it(self):
         self.process = self.session.start(self.program, preexec_fn=take_landlock_away)
         self.application.press("Cancel")
@@ -108,10 +133,19 @@ class Confinement(Road):
         self.assertEqual(
             lines,
             [
-                "ardentra-registration: This kernel cannot confine the application, which has all "
-                "the rights of its user."
+                "ardentra-registration: This kernel cannot confine the application to the files "
+                "that it needs: it has no Landlock."
             ],
         )
+
+    def test_calls_are_filtered_where_the_kernel_has_never_heard_of_it(self):
+        command = (self.program, "--generate-upload-url", "report.pdf")
+        outcomes = self.outcomes(*command, preexec_fn=take_landlock_away)
+        allowed = self.allowed(outcomes)
+        self.assertIn("read a document", allowed)
+        for act in ("run a program", "run a program from memory", "listen at a port", "trace a process"):
+            self.assertNotIn(act, allowed)
+        self.assertEqual(self.process.wait(), 1)
 
 
 if __name__ == "__main__":

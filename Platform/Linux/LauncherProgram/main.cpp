@@ -53,7 +53,7 @@ std::optional<Request> nextRequest() {
     message.msg_iov = &text;
     message.msg_iovlen = 1;
     message.msg_control = control.data();
-    message.msg_controllen = control.size();
+    message.msg_controllen = CMSG_LEN(sizeof(int)); // no room for a second descriptor
     ssize_t length = 0;
     do
         length = recvmsg(launcher::requestDescriptor, &message, MSG_CMSG_CLOEXEC);
