@@ -25,8 +25,8 @@ std::filesystem::path homeFolder() {
     passwd user{};
     passwd* found = nullptr;
     std::array<char, 4096> texts{};
-    getpwuid_r(getuid(), &user, texts.data(), texts.size(), &found);
-    return found != nullptr ? found->pw_dir : "";
+    const int error = getpwuid_r(getuid(), &user, texts.data(), texts.size(), &found);
+    return error == 0 && found != nullptr ? found->pw_dir : "";
 }
 
 std::vector<std::filesystem::path> configurationFolders() {

@@ -13,10 +13,10 @@ int processOrWait(sd_bus* bus, std::uint64_t microseconds) {
 }
 
 void PendingCall::sendAgain() {
-    constexpr auto forever = std::numeric_limits<std::uint64_t>::max();
+    constexpr auto noLimit = std::numeric_limits<std::uint64_t>::max();
     answer_.reset();
     sd_bus_slot* slot = nullptr;
-    result_ = sd_bus_call_async(bus_, &slot, message_, answered, this, forever);
+    result_ = sd_bus_call_async(bus_, &slot, message_, answered, this, noLimit);
     slot_.reset(slot);
 }
 

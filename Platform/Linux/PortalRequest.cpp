@@ -26,7 +26,8 @@ QString newToken() {
 
 void PortalRequest::openURI(const QDBusConnection& bus, const QString& uri,
                             std::function<void()> whenFailed) {
-    (new PortalRequest(bus, std::move(whenFailed)))->send(uri);
+    auto* const request = new PortalRequest(bus, std::move(whenFailed));
+    request->send(uri);
 }
 
 PortalRequest::PortalRequest(QDBusConnection bus, std::function<void()> whenFailed)

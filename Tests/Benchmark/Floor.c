@@ -22,8 +22,10 @@ static int connectTo(const char* host) {
     const int now = 1; /* or the request would wait for the acknowledgement of the handshake */
     if (connection >= 0 &&
         (setsockopt(connection, IPPROTO_TCP, TCP_NODELAY, &now, sizeof now) != 0 ||
-         connect(connection, address->ai_addr, address->ai_addrlen) != 0))
+         connect(connection, address->ai_addr, address->ai_addrlen) != 0)) {
+        close(connection);
         return -1;
+    }
     return connection;
 }
 

@@ -28,7 +28,6 @@ VTAPI::ServerEntry entry(const std::string& code, const std::string& address) {
 class VTRegistrationControllerTest : public WindowTest {
 protected:
     VTRegistrationControllerTest() {
-        window_ = std::make_unique<QWidget>();
         popUp_ = new QComboBox(window_.get());
         google_ = new QPushButton(window_.get());
         microsoft_ = new QPushButton(window_.get());
@@ -89,7 +88,7 @@ protected:
                            [&](const std::string& each) { return line.Matches(each); });
     }
 
-    std::unique_ptr<QWidget> window_;
+    std::unique_ptr<QWidget> window_ = std::make_unique<QWidget>();
     QComboBox* popUp_ = nullptr;
     QPushButton* google_ = nullptr;
     QPushButton* microsoft_ = nullptr;

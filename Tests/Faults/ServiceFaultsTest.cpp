@@ -186,7 +186,6 @@ protected:
 
 // The real limit, for once: the others are tested with shorter ones.
 TEST_F(UploadCommandFaultTest, GivesUpAServerThatIsSilentForAMinute) {
-    using namespace std::chrono_literals;
     const ServiceFault silence = {
         "silent in the body", Told::noContact,
         [](Simulator& simulator, const Operation& operation) {
@@ -196,7 +195,7 @@ TEST_F(UploadCommandFaultTest, GivesUpAServerThatIsSilentForAMinute) {
         }};
     const auto start = std::chrono::steady_clock::now();
     meet(silence);
-    EXPECT_GT(std::chrono::steady_clock::now() - start, 59s);
+    EXPECT_GT(std::chrono::steady_clock::now() - start, std::chrono::seconds(59));
 }
 
 TEST_F(UploadCommandFaultTest, EndsWithItsStatusAndOneLineAndKeepsTheRegistration) {

@@ -20,7 +20,7 @@ protected:
 SecKeychainItemRef findReference() {
     SecResult result;
     EXPECT_EQ(SecItemCopyMatching(referenceQuery(), result), errSecSuccess);
-    return std::move(std::get<SecKeychainItemRef>(result));
+    return std::get<SecKeychainItemRef>(std::move(result));
 }
 
 } // namespace

@@ -230,7 +230,7 @@ TEST_F(URLSessionTest, WaitsAsLongAsSomethingComesWithinTheTimeout) {
 
 TEST_F(URLSessionTest, WaitsSixtySecondsUnlessToldOtherwise) {
     EXPECT_EQ(URLSessionConfiguration::ephemeralSessionConfiguration().timeoutIntervalForRequest,
-              60s);
+              std::chrono::seconds(60));
 }
 
 TEST_F(URLSessionTest, RefusesEveryCertificateThatIsNotGood) {

@@ -31,7 +31,7 @@ protected:
 } // namespace
 
 TEST_F(WindowOrderingTest, ShowsAWindowWhereItWasBefore) {
-    for (void (*const orderIn)(QWidget*) : {makeKeyAndOrderFront, orderFront}) {
+    for (auto* const orderIn : {makeKeyAndOrderFront, orderFront}) {
         window_.move(123, 45);
         orderOut(&window_);
         EXPECT_FALSE(window_.isVisible());

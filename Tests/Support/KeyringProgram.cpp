@@ -133,9 +133,10 @@ public:
         openWallet();
         // Open as the wallet is, its collection counts as locked until somebody unlocks that too.
         std::unique_ptr<platform::SecretService> service;
-        std::string collection;
-        if (platform::SecretService::connect(service) == platform::errSecSuccess)
+        if (platform::SecretService::connect(service) == platform::errSecSuccess) {
+            std::string collection;
             service->openDefaultCollection(collection);
+        }
     }
 
     void save() const override {

@@ -59,7 +59,7 @@ std::size_t numberOf(const std::string& part, const std::string& text) {
 SecKeychainItemRef findReference() {
     SecResult result;
     EXPECT_EQ(SecItemCopyMatching(referenceQuery(), result), errSecSuccess);
-    return std::move(std::get<SecKeychainItemRef>(result));
+    return std::get<SecKeychainItemRef>(std::move(result));
 }
 
 void addUpdateAndDeleteItem() {
