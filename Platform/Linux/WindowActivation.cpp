@@ -115,7 +115,7 @@ std::optional<xcb_timestamp_t> timeOf(const QByteArray& startupIdentifier) {
     return at >= 0 && isNumber ? std::optional<xcb_timestamp_t>(time) : std::nullopt;
 }
 
-void activateOnX11(const X11& x11, const QByteArray& startupIdentifier) {
+void activateOnX11(X11 x11, const QByteArray& startupIdentifier) {
     const QWidget* const widget = frontWidget();
     if (widget == nullptr || widget->windowHandle() == nullptr)
         return;

@@ -110,7 +110,7 @@ protected:
     static void dismissSuccess() {
         QMessageBox* const sheet = openSheet();
         ASSERT_NE(sheet, nullptr);
-        EXPECT_EQ(run([sheet] { sheet->buttons().first()->click(); }), End::terminated);
+        EXPECT_EQ(run([sheet] { sheet->buttons().constFirst()->click(); }), End::terminated);
     }
 
     /// Presses the button once an alert shows it.
@@ -291,7 +291,8 @@ TEST_F(AppDelegateTest, StaysOpenWithTheRegistrationPendingWhenTheExchangeFails)
     EXPECT_EQ(std::get<0>(storedRegistration()), "no token");
 
     const auto dismissed = [] { return openSheet() == nullptr; };
-    EXPECT_EQ(run([] { openSheet()->buttons().first()->click(); }, dismissed), End::leftByTest);
+    EXPECT_EQ(run([] { openSheet()->buttons().constFirst()->click(); }, dismissed),
+              End::leftByTest);
 
     answerWithToken();
     answerWithUser("{}");
@@ -359,7 +360,7 @@ TEST_F(AppDelegateTest, StartsAnExchangeForEachURLWhileTheRegistrationIsPending)
               End::leftByTest);
     EXPECT_TRUE(runUntil([this] { return log_.lines().size() == 2 && openSheet() != nullptr; }));
     QMessageBox* const first = openSheet();
-    first->buttons().first()->click();
+    first->buttons().constFirst()->click();
     EXPECT_TRUE(runUntil([first] { return openSheet() != nullptr && openSheet() != first; }));
     dismissSheet();
 }

@@ -15,6 +15,7 @@
 #include <QLineEdit>
 #include <QProgressBar>
 #include <QTimer>
+#include <memory>
 #include <optional>
 #include <set>
 #include <utility>
@@ -286,12 +287,12 @@ TEST_F(MainInterfaceTest, DoesNothingOnEnterInTheCustomField) {
     chooseCustom();
     field().setText(registrationServer);
     field().setFocus();
-    int presses = 0;
+    const auto presses = std::make_shared<int>(0);
     for (QPushButton* const button : {&google(), &microsoft(), &cancel()})
-        QObject::connect(button, &QPushButton::clicked, window_.get(), [&] { ++presses; });
+        QObject::connect(button, &QPushButton::clicked, window_.get(), [=] { ++*presses; });
     press(*window_, Qt::Key_Return, "\r");
     press(*window_, Qt::Key_Enter, "\r");
-    EXPECT_EQ(presses, 0);
+    EXPECT_EQ(*presses, 0);
     EXPECT_FALSE(controller_->working());
     EXPECT_EQ(controller_->server(), registrationServer);
     EXPECT_TRUE(window_->isVisible());

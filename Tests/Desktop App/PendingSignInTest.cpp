@@ -96,7 +96,7 @@ protected:
 class PendingSignInTest : public PendingSignInControls {
 protected:
     PendingSignInTest() {
-        QObject::connect(&panel_, &PendingSignIn::feedback,
+        QObject::connect(&panel_, &PendingSignIn::feedback, &panel_,
                          [this](const QString& text) { feedback_.push_back(text.toStdString()); });
     }
 

@@ -536,7 +536,7 @@ TEST_F(VTRegistrationControllerTest, EndsTheApplicationAlsoWhileARequestIsUnderW
     answer.delay = std::chrono::milliseconds(300);
     simulator_.answerOnce(loginPath, answer);
     controller_->ok(google_);
-    QTimer::singleShot(0, [this] { controller_->cancel(nullptr); });
+    QTimer::singleShot(0, qApp, [this] { controller_->cancel(nullptr); });
     EXPECT_EQ(QApplication::exec(), 0);
     EXPECT_TRUE(controller_->working());
     EXPECT_EQ(storedCode(), "");

@@ -140,6 +140,6 @@ void WindowTest::dismissSheet() {
     QMessageBox* const sheet = openSheet();
     ASSERT_NE(sheet, nullptr);
     ASSERT_EQ(sheet->buttons().size(), 1);
-    sheet->buttons().first()->click();
+    sheet->buttons().constFirst()->click();
     ASSERT_TRUE(runUntil([] { return openSheet() == nullptr; }));
 }

@@ -99,7 +99,7 @@ TEST(Alert, ShowsTheButtonsInTheOrderInWhichTheyWereAdded) {
         EXPECT_THAT(buttonsOf(box), ElementsAre("One", "Two", "Three"));
         for (const QAbstractButton* const button : box.buttons())
             positions.push_back(button->x());
-        box.buttons().first()->click();
+        box.buttons().constFirst()->click();
     });
     EXPECT_TRUE(std::is_sorted(positions.begin(), positions.end()));
     EXPECT_LT(positions.front(), positions.back());
@@ -138,7 +138,7 @@ TEST(Alert, ShowsTextsAsTheyAre) {
         for (const QLabel* const label : box.findChildren<QLabel*>())
             EXPECT_EQ(label->textFormat(), Qt::PlainText);
         EXPECT_THAT(buttonsOf(box), ElementsAre("Save && <b>quit</b>"));
-        box.buttons().first()->click();
+        box.buttons().constFirst()->click();
     });
 }
 
@@ -152,21 +152,21 @@ TEST(Alert, CutsTextsThatWouldPushTheButtonsOffTheScreen) {
     runModal(alert, [](QMessageBox& box) {
         EXPECT_EQ(box.text(), QString(1000, 'x') + "…");
         EXPECT_TRUE(box.informativeText().endsWith("\n20…"));
-        box.buttons().first()->click();
+        box.buttons().constFirst()->click();
     });
     alert.setMessageText(std::string(1000, 'x'));
     alert.setInformativeText("1\n2");
     runModal(alert, [](QMessageBox& box) {
         EXPECT_EQ(box.text(), QString(1000, 'x'));
         EXPECT_EQ(box.informativeText(), "1\n2");
-        box.buttons().first()->click();
+        box.buttons().constFirst()->click();
     });
 }
 
 TEST(Alert, SurvivesTextThatIsNotUTF8) {
     Alert alert = alertWithButtons({"OK"});
     alert.setMessageText("\xff\xfe");
-    EXPECT_EQ(runModal(alert, [](QMessageBox& box) { box.buttons().first()->click(); }),
+    EXPECT_EQ(runModal(alert, [](QMessageBox& box) { box.buttons().constFirst()->click(); }),
               AlertFirstButtonReturn);
 }
 
@@ -181,7 +181,7 @@ TEST(Alert, ShowsItsStyleAndTheNameOfTheApplication) {
         runModal(alert, [expected = icon](QMessageBox& box) {
             EXPECT_EQ(box.icon(), expected);
             EXPECT_EQ(box.windowTitle(), "Ardentra Registration");
-            box.buttons().first()->click();
+            box.buttons().constFirst()->click();
         });
     }
 }
@@ -193,7 +193,7 @@ TEST(Alert, TellsItsTextsToAssistiveTechnology) {
         QAccessibleInterface* const accessible = QAccessible::queryAccessibleInterface(&box);
         EXPECT_EQ(accessible->text(QAccessible::Name), "A message");
         EXPECT_EQ(accessible->text(QAccessible::Description), "More about it");
-        box.buttons().first()->click();
+        box.buttons().constFirst()->click();
     });
 }
 
@@ -204,7 +204,7 @@ TEST(Alert, SaysForAnErrorWhatItsDescriptionSays) {
                  EXPECT_EQ(box.text(), "What went wrong");
                  EXPECT_EQ(box.informativeText(), "");
                  EXPECT_THAT(buttonsOf(box), ElementsAre("OK"));
-                 box.buttons().first()->click();
+                 box.buttons().constFirst()->click();
              });
 }
 
@@ -240,7 +240,7 @@ TEST_F(SheetTest, ShowsSeveralSheetsOneAfterTheOther) {
         begin(alertWithButtons({title, "Other"}));
     for (const char* const title : {"One", "Two", "Three"}) {
         ASSERT_TRUE(runUntil([] { return openAlert() != nullptr; }));
-        EXPECT_EQ(openAlert()->buttons().first()->text(), title);
+        EXPECT_EQ(openAlert()->buttons().constFirst()->text(), title);
         EXPECT_TRUE(dismiss(0));
     }
     EXPECT_TRUE(runUntil([this] { return responses_.size() == 3; }));
@@ -264,7 +264,7 @@ TEST_F(SheetTest, LetsTheHandlerTakeTheWindowAway) {
         window_.reset();
         answered = true;
     });
-    openAlert()->buttons().first()->click();
+    openAlert()->buttons().constFirst()->click();
     EXPECT_TRUE(runUntil([&answered] { return answered; }));
 }
 

@@ -132,7 +132,7 @@ TEST_F(ApplicationLife, DeliversAURLOfItsOwnLikeOneOfTheSystems) {
     bool delivered = false;
     bool deliveredAtTheEnd = true;
     delegate.onLaunch = [&] {
-        QTimer::singleShot(0, [&] {
+        QTimer::singleShot(0, qApp, [&] {
             delivered = Application::deliverURL("Veltora://Desktop_Registration?code=%zz");
             Application::terminate();
             deliveredAtTheEnd = Application::deliverURL("veltora:late");
@@ -152,7 +152,7 @@ TEST_F(ApplicationLife, SaysThatNothingTookAURL) {
     delegate.onLaunch = [&] {
         AppleEventManager::sharedAppleEventManager().removeEventHandlerForEventClass(
             kInternetEventClass, kAEGetURL);
-        QTimer::singleShot(0, [&] {
+        QTimer::singleShot(0, qApp, [&] {
             delivered = Application::deliverURL("veltora:url");
             Application::terminate();
         });
@@ -169,7 +169,7 @@ TEST_F(ApplicationLife, EndsWhenASignalAsksForIt) {
 
 TEST_F(ApplicationLife, TellsTheDelegateThatItBecameActive) {
     delegate.onLaunch = [] {
-        QTimer::singleShot(0, [] {
+        QTimer::singleShot(0, qApp, [] {
             emit qGuiApp->applicationStateChanged(Qt::ApplicationActive);
             emit qGuiApp->applicationStateChanged(Qt::ApplicationInactive);
             Application::terminate();
