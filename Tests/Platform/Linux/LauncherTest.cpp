@@ -126,7 +126,7 @@ TEST_P(LauncherTest, StartsNothingThatIsNoErrandOfThisApplication) {
 }
 
 TEST_P(LauncherTest, GivesTheProgramNoOtherDescriptor) {
-    const FileDescriptor open(::open("/dev/null", O_RDONLY)); // NOLINT: meant to be inherited
+    const FileDescriptor open(::open("/dev/null", O_RDONLY)); // meant to be inherited
     EXPECT_EQ(run("exec ls /proc/self/fd").output, "0\n1\n2\n3\n") << "3 is the folder";
 }
 
