@@ -3,8 +3,9 @@
 #include <chrono>
 #include <thread>
 
-/// Long enough for whatever a loaded machine with sanitizers does; a test that waits so long fails.
-inline constexpr std::chrono::seconds patience{30};
+/// Long enough for whatever a loaded machine does with sanitizers or under Valgrind; a test that
+/// waits so long fails.
+inline constexpr std::chrono::seconds patience{120};
 
 /// Waits until the condition holds. False when it does not in time.
 template <typename Condition>
