@@ -91,6 +91,16 @@ void PrivateSession::startBus() {
 }
 
 void PrivateSession::startKeyring(Keyring keyring) {
+    // GNOME Keyring aborts now and then when it is asked for a property, as it is here, while
+    // another client leaves.
+    constexpr int mostTries = 3;
+    for (int tries = 1; !tryToStartKeyring(keyring); ++tries) {
+        if (tries == mostTries)
+            throw std::runtime_error("No keyring: " + keyring_->standardError());
+    }
+}
+
+bool PrivateSession::tryToStartKeyring(Keyring keyring) {
     endKeyring();
     const KeyringProgram& program = KeyringProgram::underTest();
     keyring_.emplace(keyring == Keyring::unlocked ? program.unlocked() : program.locked());
@@ -101,8 +111,7 @@ void PrivateSession::startKeyring(Keyring keyring) {
             program.unlock();
         return keyring == Keyring::locked || isUnlocked(defaultCollection);
     };
-    if (!waitUntil([&] { return isReady() || !keyring_->isRunning(); }) || !keyring_->isRunning())
-        throw std::runtime_error("No keyring: " + keyring_->standardError());
+    return waitUntil([&] { return isReady() || !keyring_->isRunning(); }) && keyring_->isRunning();
 }
 
 void PrivateSession::endKeyring() {

@@ -55,6 +55,7 @@ public:
 private:
     void enterFolder();
     void startBus();
+    bool tryToStartKeyring(Keyring keyring);
     void endKeyring();
     void writeConfiguration(const Services& services) const;
 
