@@ -29,8 +29,7 @@ bool needsLauncher(ProcessUse use) {
 void confineProcess(ProcessUse use) {
     if (!mayBeConfined)
         return;
-    if (needsLauncher(use))
-        useLauncher(startLauncher());
+    useLauncher(needsLauncher(use) ? startLauncher() : noLauncher);
     prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
     const bool isConfinedToFiles = confineFileAccess(neededFiles(use));
     const bool isFiltered = filterSystemCalls();

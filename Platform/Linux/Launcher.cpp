@@ -138,10 +138,10 @@ bool send(int launcher, const std::vector<std::string>& command, int replies) {
 
 /// The socket on which the launcher replies to the request; not open when it does not get there.
 Descriptor request(const std::vector<std::string>& command) {
-    SocketPair sockets = makeSocketPair();
+    const int inUse = launcherInUse();
+    SocketPair sockets = inUse == noLauncher ? SocketPair() : makeSocketPair();
     if (!sockets.here.isOpen())
         return {};
-    const int inUse = launcherInUse();
     bool sent = false;
     if (inUse >= 0) {
         sent = send(inUse, command, sockets.there.number());

@@ -24,6 +24,9 @@ struct LaunchResult {
 /// could not be started.
 int startLauncher();
 
+/// In the place of a descriptor: there is no launcher and will be none, every request fails.
+inline constexpr int noLauncher = -2;
+
 /// From now on the requests of this process go to the launcher behind this descriptor. Until then
 /// each request has a launcher of its own, which a process that has confined itself cannot start.
 void useLauncher(int descriptor);

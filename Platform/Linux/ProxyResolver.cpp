@@ -52,6 +52,9 @@ std::vector<std::string> proxiesIn(const std::string& output) {
 // state and threads would stay with this process, and nothing but the end of a process ends a
 // script that does not.
 std::vector<std::string> proxiesOfDesktop(const URL& server, const std::stop_token& stop) {
+    // Without a launcher, there were none to ask for when the process was confined.
+    if (launcherInUse() == noLauncher)
+        return {};
     const ProxySettings settings = proxySettingsInForce();
     if (settings == ProxySettings::none)
         return {};

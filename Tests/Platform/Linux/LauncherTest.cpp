@@ -188,3 +188,13 @@ TEST(Launcher, CannotStartAnythingOnceTheLauncherIsGone) {
     EXPECT_FALSE(platform::startProgram({"xdg-open", "https://host.example/"}));
     platform::useLauncher(-1);
 }
+
+TEST(Launcher, StartsNothingWhereThereIsToBeNone) {
+    platform::useLauncher(platform::noLauncher);
+    EXPECT_FALSE(platform::startProgram({"xdg-open", "https://host.example/"}));
+    EXPECT_EQ(platform::runProgram({"xdg-mime", "query", "default", "x-scheme-handler/zantiq"},
+                                   patience, {})
+                  .exitStatus,
+              std::nullopt);
+    platform::useLauncher(-1);
+}
