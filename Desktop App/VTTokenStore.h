@@ -11,7 +11,8 @@
 /// main thread and may wait for the user where the keychain is locked.
 ///
 /// Each failure of the keychain that a record operation acts on is one line in the system log and a
-/// false result; nothing is tried again, and the keychain stays as it was.
+/// false result; nothing is tried again, and the keychain stays as it was. A keychain that was
+/// given up because it did not answer may still carry the write out when it wakes.
 class VTTokenStore {
 public:
     VTTokenStore() = delete;
