@@ -2,17 +2,15 @@
 
 #include "Platform/Linux/Descriptor.h"
 #include "Platform/Linux/LauncherMessages.h"
+#include "Platform/Linux/SpawnSettings.h"
 
-#include <fcntl.h>
 #include <poll.h>
-#include <spawn.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 
 #include <array>
 #include <atomic>
 #include <cerrno>
-#include <csignal>
 #include <cstddef>
 #include <cstring>
 #include <filesystem>
@@ -47,35 +45,6 @@ std::string launcherPath() {
     return (executable.parent_path() / VT_LAUNCHER_PROGRAM).string();
 }
 
-class SpawnSettings {
-public:
-    /// With that end of a socket, and nothing else of this process.
-    explicit SpawnSettings(int socket) {
-        // Behind what the launcher has, so that the two cannot be the same.
-        constexpr int aside = launcher::requestDescriptor + 1;
-        posix_spawn_file_actions_init(&actions);
-        posix_spawn_file_actions_adddup2(&actions, socket, aside);
-        posix_spawn_file_actions_adddup2(&actions, aside, launcher::requestDescriptor);
-        for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
-            posix_spawn_file_actions_addopen(&actions, stream, "/dev/null", O_RDWR, 0);
-        posix_spawn_file_actions_addclosefrom_np(&actions, aside);
-        posix_spawnattr_init(&attributes);
-        sigset_t none;
-        sigemptyset(&none);
-        posix_spawnattr_setsigmask(&attributes, &none);
-        posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSID);
-    }
-    SpawnSettings(const SpawnSettings&) = delete;
-    SpawnSettings& operator=(const SpawnSettings&) = delete;
-    ~SpawnSettings() {
-        posix_spawn_file_actions_destroy(&actions);
-        posix_spawnattr_destroy(&attributes);
-    }
-
-    posix_spawn_file_actions_t actions{};
-    posix_spawnattr_t attributes{};
-};
-
 /// A launcher that runs as long as this lives.
 class LauncherProcess {
 public:
@@ -101,7 +70,12 @@ LauncherProcess::LauncherProcess() {
     SocketPair sockets = makeSocketPair();
     if (!sockets.here.isOpen())
         return;
-    const SpawnSettings settings(sockets.there.number());
+    SpawnSettings settings;
+    // Behind what the launcher has, so that the two cannot be the same.
+    constexpr int aside = launcher::requestDescriptor + 1;
+    settings.give(sockets.there.number(), aside);
+    settings.give(aside, launcher::requestDescriptor);
+    settings.keepFrom(aside);
     std::string path = launcherPath();
     std::array<char*, 2> arguments{path.data(), nullptr};
     if (posix_spawn(&process_, path.c_str(), &settings.actions, &settings.attributes,

@@ -2,10 +2,10 @@
 
 #include "Platform/Linux/Descriptor.h"
 #include "Platform/Linux/LauncherMessages.h"
+#include "Platform/Linux/SpawnSettings.h"
 
 #include <fcntl.h>
 #include <poll.h>
-#include <spawn.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -17,45 +17,23 @@
 
 namespace launcher = platform::launcher;
 using platform::Descriptor;
+using platform::SpawnSettings;
 
 namespace {
 
-class SpawnSettings {
-public:
-    /// With null for the standard streams, but for the output, unless that is negative.
-    explicit SpawnSettings(int output) {
-        posix_spawn_file_actions_init(&actions);
-        for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
-            posix_spawn_file_actions_addopen(&actions, stream, "/dev/null", O_RDWR, 0);
-        if (output >= 0)
-            posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
-        posix_spawn_file_actions_addclosefrom_np(&actions, STDERR_FILENO + 1);
-        posix_spawnattr_init(&attributes);
-        sigset_t every;
-        sigfillset(&every);
-        posix_spawnattr_setsigdefault(&attributes, &every);
-        // Of its own, so that all that it starts can be killed with it.
-        posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSID);
-    }
-    SpawnSettings(const SpawnSettings&) = delete;
-    SpawnSettings& operator=(const SpawnSettings&) = delete;
-    ~SpawnSettings() {
-        posix_spawn_file_actions_destroy(&actions);
-        posix_spawnattr_destroy(&attributes);
-    }
-
-    posix_spawn_file_actions_t actions{};
-    posix_spawnattr_t attributes{};
-};
-
-/// The program's process; negative when it could not be started.
+/// The program's process; negative when it could not be started. Its output goes there, unless that
+/// is negative.
 pid_t spawn(const std::vector<std::string>& command, int output) {
     std::vector<char*> arguments;
     arguments.reserve(command.size() + 1);
     for (const std::string& argument : command)
         arguments.push_back(const_cast<char*>(argument.c_str()));
     arguments.push_back(nullptr);
-    const SpawnSettings settings(output);
+    // With a session of its own, all that it starts can be killed with it.
+    SpawnSettings settings;
+    if (output >= 0)
+        settings.give(output, STDOUT_FILENO);
+    settings.keepFrom(STDERR_FILENO + 1);
     pid_t process = -1;
     return posix_spawnp(&process, arguments.front(), &settings.actions, &settings.attributes,
                         arguments.data(), environ) == 0
