@@ -24,14 +24,14 @@
 
 namespace platform {
 
+#if defined(__x86_64__) || defined(__aarch64__)
+
 namespace {
 
 #if defined(__x86_64__)
 constexpr std::uint32_t architecture = AUDIT_ARCH_X86_64;
-#elif defined(__aarch64__)
-constexpr std::uint32_t architecture = AUDIT_ARCH_AARCH64;
 #else
-constexpr std::uint32_t architecture = 0;
+constexpr std::uint32_t architecture = AUDIT_ARCH_AARCH64;
 #endif
 
 /// The calls that x86-64 has for programs with short pointers begin here.
@@ -231,7 +231,16 @@ Filter makeFilter() {
 bool filterSystemCalls() {
     Filter filter = makeFilter();
     const sock_fprog program{static_cast<unsigned short>(filter.size()), filter.data()};
-    return architecture != 0 && syscall(SYS_seccomp, SECCOMP_SET_MODE_FILTER, 0, &program) == 0;
+    return syscall(SYS_seccomp, SECCOMP_SET_MODE_FILTER, 0, &program) == 0;
 }
+
+#else
+
+// The calls of other processors are not known here.
+bool filterSystemCalls() {
+    return false;
+}
+
+#endif
 
 } // namespace platform

@@ -127,7 +127,7 @@ void addPromptThatIsNeverAnswered(Faults& faults) {
         using Clock = std::chrono::steady_clock;
         const bool isProgram = scene.operation().isCommand();
         const std::chrono::microseconds wait =
-            isProgram ? platform::secretServiceTimeLimit + 1s : 2 * shortLimit;
+            isProgram ? platform::secretServiceTimeLimit + std::chrono::seconds(1) : 2 * shortLimit;
         const KeyringTimeLimit limit(shortLimit);
         scene.lockKeyring();
         std::optional<Clock::time_point> seen;
@@ -148,7 +148,8 @@ void addPromptThatIsNeverAnswered(Faults& faults) {
 /// The keyring or the bus goes away, or the keyring hangs, at each call.
 void addFaultsOfCalls(Faults& faults, const StoreOperation& operation, const std::string& method) {
     const auto add = [&](const std::string& name, const StoreOutcome& expected, const auto& before,
-                         const auto& after, std::chrono::milliseconds limit = 10s) {
+                         const auto& after,
+                         std::chrono::milliseconds limit = std::chrono::seconds(10)) {
         faults.push_back({name + " " + method, &operation, expected,
                           [=](KeyringScene& scene, const Perform& perform) {
                               const KeyringTimeLimit limited(limit);
