@@ -6,6 +6,7 @@
 
 #include <QSocketNotifier>
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
@@ -17,8 +18,10 @@ namespace {
 
 constexpr std::array terminationSignals = {SIGTERM, SIGINT, SIGHUP};
 
-/// Written to by the signal handler, which can reach nothing else.
-volatile std::sig_atomic_t signalDescriptor = -1;
+/// Written to by the signal handler, which can reach nothing else. It runs on any thread: the main
+/// thread holds signals back while it starts a program.
+std::atomic<int> signalDescriptor = -1;
+static_assert(std::atomic<int>::is_always_lock_free);
 
 void noteSignal(int) {
     const int error = errno;
