@@ -45,9 +45,11 @@ protected:
     }
 
     /// Does not wait for its end.
-    void endTheOneThatRuns() const {
-        if (const pid_t running = bus_.owner(); running != 0)
+    pid_t endTheOneThatRuns() const {
+        const pid_t running = bus_.owner();
+        if (running != 0)
             kill(running, SIGTERM);
+        return running;
     }
 
     bool activate() const {
@@ -265,10 +267,13 @@ TEST_F(StartedByTheBus, LeavesTheCallToOneThatIsStartedByHandMeanwhile) {
 
 TEST_F(StartedByTheBus, LosesNoURLThatComesWhileItEnds) {
     std::vector<std::string> expected;
+    pid_t ended = -1;
     for (int round = 0; round < 25; ++round) {
         expected.push_back("test:" + std::to_string(round));
+        // Asked to end once more, it would end at once.
+        EXPECT_TRUE(waitUntil([&] { return bus_.owner() != ended; }));
         EXPECT_TRUE(activate());
-        endTheOneThatRuns();
+        ended = endTheOneThatRuns();
         // Each round a little later in its end.
         std::this_thread::sleep_for(round * 200us);
         QDBusPendingReply<> call = open(expected.back());
