@@ -2,6 +2,7 @@
 
 #include "ApplicationAdaptor.h"
 #include "Platform/Log.h"
+#include "SessionBus.h"
 
 #include <QCoreApplication>
 #include <QDBusConnectionInterface>
@@ -70,7 +71,7 @@ Attempt handOn(const QDBusConnection& bus, const QStringList& urls,
 
 } // namespace
 
-SessionBusService::SessionBusService() : bus_(QDBusConnection::sessionBus()) {
+SessionBusService::SessionBusService() : bus_(sessionBus()) {
     new ApplicationAdaptor(this);
 }
 

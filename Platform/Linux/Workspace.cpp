@@ -2,8 +2,7 @@
 #include "Platform/Log.h"
 #include "Platform/WebPage.h"
 #include "PortalRequest.h"
-
-#include <QDBusConnection>
+#include "SessionBus.h"
 
 namespace platform {
 
@@ -20,7 +19,7 @@ bool openWithCommand(const URL& url) {
 } // namespace
 
 bool openWebPage(const URL& url) {
-    const QDBusConnection bus = QDBusConnection::sessionBus();
+    const QDBusConnection bus = sessionBus();
     if (!bus.isConnected())
         return openWithCommand(url);
     PortalRequest::openURI(bus, QString::fromStdString(url.absoluteString()),

@@ -4,26 +4,14 @@
 #include "Platform/Workspace.h"
 
 #include <QCoreApplication>
-#include <QDBusConnection>
-#include <QTimer>
 #include <iostream>
 
-namespace {
-
-void openArguments() {
+int main(int argc, char* argv[]) {
+    const QCoreApplication application(argc, argv);
     for (const QString& argument : QCoreApplication::arguments().mid(1)) {
         const auto url = platform::URL::URLWithString(argument.toStdString());
         const bool began = url && platform::Workspace::sharedWorkspace().openURL(*url);
         std::cout << (began ? "began" : "did not begin") << std::endl;
     }
-}
-
-} // namespace
-
-int main(int argc, char* argv[]) {
-    const QCoreApplication application(argc, argv);
-    // As the application does, whose connection takes signals in their order by then.
-    static_cast<void>(QDBusConnection::sessionBus());
-    QTimer::singleShot(0, &openArguments);
     return QCoreApplication::exec();
 }
