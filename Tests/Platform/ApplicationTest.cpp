@@ -44,7 +44,7 @@ protected:
         EXPECT_TRUE(waitUntil([this] { return bus_.owner() == 0; }));
     }
 
-    /// Does not wait for its end.
+    /// Which it was, or 0. Does not wait for its end.
     pid_t endTheOneThatRuns() const {
         const pid_t running = bus_.owner();
         if (running != 0)

@@ -1,8 +1,10 @@
 // A desktop portal for the tests: writes what it is asked to open to the file that is its first
-// argument, and answers as the second argument says: it refuses the call ("refuses") or takes it. A
-// request that it has taken goes on ("takes") or ends: it "succeeds", "is-cancelled", "fails", or
-// "fails-late", which is after its call has been answered. With "as-named", the first part of the
-// host's name says it for each call.
+// argument, and answers the first call as the second argument says, the next one as the third, ...:
+// it refuses the call ("refuses") or takes it. A request that it has taken goes on ("takes") or
+// ends: it "succeeds", "is-cancelled", "fails", or "fails-late", which is after its call has been
+// answered.
+
+#include "Platform/Linux/SessionBus.h"
 
 #include <QCoreApplication>
 #include <QDBusArgument>
@@ -12,7 +14,6 @@
 #include <QDBusObjectPath>
 #include <QDBusVirtualObject>
 #include <QFile>
-#include <QUrl>
 #include <optional>
 #include <utility>
 
@@ -31,8 +32,8 @@ std::optional<uint> responseOf(const QString& behaviour) {
 
 class Portal : public QDBusVirtualObject {
 public:
-    Portal(const QString& file, QString behaviour)
-        : file_(file), behaviour_(std::move(behaviour)) {}
+    Portal(const QString& file, QStringList behaviours)
+        : file_(file), behaviours_(std::move(behaviours)) {}
 
     QString introspect(const QString&) const override { return {}; }
 
@@ -40,12 +41,10 @@ public:
         if (message.interface() != "org.freedesktop.portal.OpenURI" ||
             message.member() != "OpenURI" || message.signature() != "ssa{sv}")
             return false;
-        const QString url = message.arguments().at(1).toString();
         if (file_.open(QFile::Append))
-            file_.write(url.toUtf8() + '\n');
+            file_.write(message.arguments().at(1).toString().toUtf8() + '\n');
         file_.close();
-        const QString behaviour =
-            behaviour_ == "as-named" ? QUrl(url).host().section('.', 0, 0) : behaviour_;
+        const QString behaviour = behaviours_.takeFirst();
         if (behaviour == "refuses")
             connection.send(message.createErrorReply(QDBusError::Failed, "No."));
         else
@@ -77,15 +76,15 @@ private:
     }
 
     QFile file_;
-    QString behaviour_;
+    QStringList behaviours_;
 };
 
 } // namespace
 
 int main(int argc, char* argv[]) {
     const QCoreApplication application(argc, argv);
-    Portal portal(QCoreApplication::arguments().at(1), QCoreApplication::arguments().at(2));
-    QDBusConnection bus = QDBusConnection::sessionBus();
+    Portal portal(QCoreApplication::arguments().at(1), QCoreApplication::arguments().mid(2));
+    QDBusConnection bus = platform::sessionBus();
     bus.registerVirtualObject("/org/freedesktop/portal/desktop", &portal);
     if (!bus.registerService("org.freedesktop.portal.Desktop"))
         return EXIT_FAILURE;
