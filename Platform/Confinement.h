@@ -15,8 +15,9 @@ enum class ProcessUse {
 /// What has to be started all the same is started by a process from before. What other services do
 /// for it, over a connection to the session bus or the display, is for them to confine.
 ///
-/// Where the system cannot do one or the other, the process goes on without and says so in one log
-/// line. Where the system itself confines an application by what it was signed with, nothing is
+/// Where the system cannot do one or the other, the process goes on without. The window says so in
+/// one log line; the command does not, since its caller would read the same line for every print
+/// job. Where the system itself confines an application by what it was signed with, nothing is
 /// done.
 void confineProcess(ProcessUse use);
 

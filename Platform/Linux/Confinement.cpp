@@ -33,6 +33,8 @@ void confineProcess(ProcessUse use) {
     prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
     const bool isConfinedToFiles = confineFileAccess(neededFiles(use));
     const bool isFiltered = filterSystemCalls();
+    if (use == ProcessUse::command)
+        return;
     if (!isConfinedToFiles)
         NSLog("This kernel cannot confine the application to the files that it needs: it has no "
               "Landlock.");

@@ -22,6 +22,7 @@ using simulator::Wire;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::SizeIs;
 
 namespace {
 
@@ -278,5 +279,5 @@ TEST_F(UploadCommandTest, NeverAbortsForWantOfADisplay) {
         runProgram({.arguments = command({}), .environment = {{"DISPLAY", ":99"}}});
     EXPECT_EQ(result.exitStatus, 1);
     EXPECT_THAT(result.standardError, HasSubstr("The display could not be opened"));
-    EXPECT_EQ(std::count(result.standardError.begin(), result.standardError.end(), '\n'), 1);
+    EXPECT_THAT(LogCapture::linesOf(result.standardError), SizeIs(1));
 }

@@ -21,6 +21,7 @@ using testing::ElementsAreArray;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
+using testing::SizeIs;
 
 namespace {
 
@@ -169,7 +170,7 @@ TEST_F(ApplicationTest, SaysSoWhenThereIsNoDisplay) {
     EXPECT_EQ(result.exitStatus, 1);
     EXPECT_THAT(log_.lines(), ElementsAre(HasSubstr("There is no display to show the registration "
                                                     "window on")));
-    EXPECT_EQ(std::count(result.standardError.begin(), result.standardError.end(), '\n'), 1);
+    EXPECT_THAT(LogCapture::linesOf(result.standardError), SizeIs(1));
 }
 
 TEST_F(ApplicationTest, SaysSoWhenTheDisplayCannotBeOpened) {
@@ -179,7 +180,7 @@ TEST_F(ApplicationTest, SaysSoWhenTheDisplayCannotBeOpened) {
     const ProgramResult result = runProgram(program);
     EXPECT_EQ(result.exitStatus, 1);
     EXPECT_THAT(log_.lines(), ElementsAre(HasSubstr("The display could not be opened: ")));
-    EXPECT_EQ(std::count(result.standardError.begin(), result.standardError.end(), '\n'), 1);
+    EXPECT_THAT(LogCapture::linesOf(result.standardError), SizeIs(1));
 }
 
 TEST_F(ApplicationTest, EndsInOrderWhenItIsAskedTo) {

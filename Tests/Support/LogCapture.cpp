@@ -6,10 +6,12 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdlib>
 #include <optional>
+#include <sstream>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -34,7 +36,22 @@ std::optional<std::string> messageOf(const std::string& line) {
     return line.substr(separator + 2);
 }
 
+/// Which it says wherever it runs, as on a kernel without Landlock.
+bool saysWhatTheKernelCannotDo(const std::string& message) {
+    return message.starts_with("This kernel cannot confine the application");
+}
+
 } // namespace
+
+std::vector<std::string> LogCapture::linesOf(const std::string& standardError) {
+    std::vector<std::string> lines;
+    std::istringstream text(standardError);
+    for (std::string line; std::getline(text, line);) {
+        if (!saysWhatTheKernelCannotDo(line.substr(std::min(line.find(": ") + 2, line.size()))))
+            lines.push_back(line);
+    }
+    return lines;
+}
 
 LogCapture::LogCapture()
     : socket_(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)),
@@ -68,7 +85,7 @@ void LogCapture::receive() {
     ssize_t length = 0;
     while ((length = recv(socket_.number(), buffer.data(), buffer.size(), 0)) >= 0) {
         auto message = messageOf({buffer.data(), static_cast<std::size_t>(length)});
-        if (message)
+        if (message && !saysWhatTheKernelCannotDo(*message))
             lines_.push_back(std::move(*message));
     }
 }

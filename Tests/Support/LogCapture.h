@@ -18,8 +18,11 @@ public:
     ~LogCapture();
 
     /// The messages so far, in order, without priority, time and program name; what a process has
-    /// written before this call is among them.
+    /// written before this call is among them. What it says of this machine's kernel is not.
     std::vector<std::string> lines();
+
+    /// The lines that a program has written to its standard error, without the same.
+    static std::vector<std::string> linesOf(const std::string& standardError);
 
 private:
     void receive();

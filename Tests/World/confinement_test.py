@@ -60,11 +60,12 @@ class Confinement(Road):
         for file in ("document", "letter", "config/other/cookies"):
             (folder / file).write_text("the user's own")
         reader, writer = os.pipe()
+        preloaded = self.session.environment.get("LD_PRELOAD", "")
         self.session.environment.update(
-            LD_PRELOAD=str(ACTS), VT_ACTS=str(writer), VT_ACTS_FOLDER=str(folder)
+            LD_PRELOAD=f"{ACTS} {preloaded}", VT_ACTS=str(writer), VT_ACTS_FOLDER=str(folder)
         )
         self.process = self.session.start(*arguments, pass_fds=(writer,), **options)
-        del self.session.environment["LD_PRELOAD"]
+        self.session.environment["LD_PRELOAD"] = preloaded
         os.close(writer)
         return reader
 
@@ -146,6 +147,7 @@ class Confinement(Road):
         for act in ("run a program", "run a program from memory", "listen at a port", "trace a process"):
             self.assertNotIn(act, allowed)
         self.assertEqual(self.process.wait(), 1)
+        self.assertNotIn("confine", self.application.read_log())
 
 
 if __name__ == "__main__":

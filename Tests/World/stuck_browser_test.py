@@ -132,7 +132,7 @@ class StuckBrowser(Road):
         self.assertIsNone(self.tool.find("label", WAITING))
         self.assertTrue(self.session.keyring_is_locked())
         self.assertEqual(self.prompts(), "")
-        self.assertEqual(self.application.read_log(), "")
+        self.assertEqual(self.application.log_lines(), [])
 
     def prompts(self):
         search = ("xdotool", "search", "--onlyvisible", "--class", "gcr-prompter")
