@@ -37,7 +37,7 @@ TEST(KeychainRecord, TellsAbsentFromEmpty) {
 }
 
 TEST(KeychainRecord, KeepsEveryByteOfEveryLength) {
-    for (const std::size_t size : {0, 1, 2, 3, 4, 255, 256, 257, 1 << 20}) {
+    for (const std::size_t size : {0U, 1U, 2U, 3U, 4U, 255U, 256U, 257U, 1U << 20U}) {
         const KeychainRecord record{everyByte(size), std::nullopt, everyByte(size / 2)};
         const auto text = encodeKeychainRecord(record);
         ASSERT_TRUE(text);
