@@ -14,7 +14,8 @@ from application import Application, add_installed, install
 from assistive_tool import AssistiveTool
 from browser import NotingBrowser
 from display import Display
-from session import PATIENCE_IN_SECONDS, OrphanAdoption, Session
+from orphans import OrphanAdoption
+from session import PATIENCE_IN_SECONDS, Session
 from simulated_service import SimulatedService
 
 

@@ -9,6 +9,7 @@
 using platform::TrustStore;
 
 TEST(TrustStore, IsTheSystemsFile) {
+    const SetVariable noDirectory("SSL_CERT_DIR", std::nullopt);
     const char* const file = "/etc/ssl/cert.pem";
     const TrustStore store = TrustStore::system();
     EXPECT_EQ(store.file,
@@ -17,6 +18,7 @@ TEST(TrustStore, IsTheSystemsFile) {
 }
 
 TEST(TrustStore, IsWhatTheVariablesName) {
+    const SetVariable none("SSL_CERT_DIR", std::nullopt);
     const SetVariable file("SSL_CERT_FILE", "/srv/authority.pem");
     EXPECT_EQ(TrustStore::system().file, "/srv/authority.pem");
     EXPECT_EQ(TrustStore::system().directory, std::nullopt);

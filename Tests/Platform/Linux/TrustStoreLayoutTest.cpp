@@ -21,7 +21,9 @@ constexpr const char* certificateRefused = "60\n";
 
 class TrustStoreLayout : public testing::Test {
 protected:
-    TrustStoreLayout() {
+    void SetUp() override {
+        if (std::getenv("VT_WORLD_IS_A_FOLDER") != nullptr)
+            GTEST_SKIP() << "An /etc of one's own takes namespaces.";
         simulator::Answer answer;
         answer.body = "trusted";
         simulator_.answer("/page", answer);
