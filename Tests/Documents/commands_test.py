@@ -28,10 +28,9 @@ DOCUMENTS = [
 
 # Whose commands other tests run, and where; or why none does.
 RUN_ELSEWHERE = {
-    "script/demo": "by hand; WholeRoad goes the same road",
+    "script/demo": "script/test fresh",
     "script/test": "runs this test",
-    "script/setup": "the first step of script/test",
-    "script/package": "the first step of script/test package",
+    "script/package": "script/test fresh, as README's other commands",
     "sudo apt install ./build/package/ardentra-registration_*.deb": "script/test package",
     "sudo cp authority.crt /usr/local/share/ca-certificates/": "NetworkTests, TrustStoreLayout",
     "sudo update-ca-certificates": "NetworkTests, TrustStoreLayout",
