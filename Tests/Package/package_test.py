@@ -18,6 +18,10 @@ import sys
 import tempfile
 import unittest
 
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "FreshSystem"))
+
+import fresh_system
+
 FOLDER = pathlib.Path(sys.argv.pop(1)).resolve()
 BUILD = pathlib.Path(sys.argv.pop(1)).resolve()
 HERE = pathlib.Path(__file__).resolve().parent
@@ -43,15 +47,6 @@ def run(*command, **options):
         [str(argument) for argument in command],
         **({"check": True, "stdout": subprocess.PIPE, "text": True} | options),
     ).stdout
-
-
-def may_mount():
-    """Whether a whole system can be made here, which takes the right to mount."""
-    ways = (("unshare", "--mount"), ("unshare", "--user", "--map-root-user", "--mount"))
-    return any(
-        subprocess.run((*way, "true"), capture_output=True, check=False).returncode == 0
-        for way in ways
-    )
 
 
 class Package(unittest.TestCase):
@@ -107,20 +102,20 @@ class Package(unittest.TestCase):
             self.assertNotIn(str(FOLDER).encode(), program.read_bytes())
             self.assertNotRegex(run("readelf", "--dynamic", program), "RPATH|RUNPATH")
 
-    @unittest.skipUnless(may_mount(), "nobody here may mount")
+    @unittest.skipUnless(fresh_system.may_be_made(), "nobody here may mount")
     def test_is_installed_in_a_fresh_system_and_purged_without_a_trace(self):
         self.make_system(
-            "appstream,desktop-file-utils,man-db",
+            ["appstream", "desktop-file-utils", "man-db"],
             f"{shlex.quote(str(HERE / 'in_fresh_system'))} \"$1\"",
         )
 
-    @unittest.skipUnless(may_mount(), "nobody here may mount")
+    @unittest.skipUnless(fresh_system.may_be_made(), "nobody here may mount")
     def test_the_whole_road_leads_through_a_fresh_desktop(self):
         """Nothing but the package is added to what a desktop has."""
         desktop = self.folder / "desktop"
         packages = (HERE / "desktop-packages").read_text()
         self.make_system(
-            ",".join(re.sub("#.*", "", packages).split()),
+            re.sub("#.*", "", packages).split(),
             f'chroot "$1" apt-get --quiet=2 --yes install /{self.package.name}',
             desktop,
         )
@@ -132,42 +127,15 @@ class Package(unittest.TestCase):
     def make_system(self, packages, step, folder=None):
         """Makes a system of these packages, puts the package in its root folder and takes the step,
         whose $1 is the system. It is left in the folder, if there is one."""
-        sources = self.folder / "sources.list"
-        sources.write_text(package_sources())
-        run(
-            *("mmdebstrap", "--quiet", "--variant=minbase"),
-            f"--format={'directory' if folder else 'null'}",
-            *(f"--include={packages}", "--dpkgopt=force-unsafe-io"),
-            '--aptopt=APT::Install-Recommends "false"',
-            *proxy_settings(),
-            f"--customize-hook=copy-in {shlex.quote(str(self.package))} /",
-            f"--customize-hook={step}",
-            *(distribution(), folder or "/dev/null", sources),
+        fresh_system.make(
+            folder or "/dev/null",
+            packages,
+            [
+                f"--format={'directory' if folder else 'null'}",
+                f"--customize-hook=copy-in {shlex.quote(str(self.package))} /",
+                f"--customize-hook={step}",
+            ],
         )
-
-
-def distribution():
-    release = dict(re.findall(r'^(\w+)="?(.*?)"?$', read("/etc/os-release"), re.MULTILINE))
-    return release["VERSION_CODENAME"]
-
-
-def package_sources():
-    """Where this machine has the packages of its own distribution from."""
-    line = "deb $(SITE) $(RELEASE) $(COMPONENT)"
-    targets = ("Created-By: Packages", "Origin: Debian")
-    found = run("apt-get", "indextargets", "--format", line, *targets).splitlines()
-    assert found, "apt knows no packages of the distribution: apt-get update"
-    return "".join(f"{line}\n" for line in sorted(set(found)))
-
-
-def proxy_settings():
-    """What this machine needs to get there, as options."""
-    settings = re.findall(r'^Acquire::https?::Proxy ".+";$', run("apt-config", "dump"), re.MULTILINE)
-    return [f"--aptopt={setting}" for setting in settings]
-
-
-def read(path):
-    return pathlib.Path(path).read_text()
 
 
 if __name__ == "__main__":
