@@ -10,7 +10,6 @@ cache alone is this machine's, so that building is quick.
 
 import pathlib
 import re
-import shutil
 import subprocess
 import sys
 import time
@@ -27,12 +26,17 @@ def commands(heading):
     return re.findall(r"^script/\w+", section, re.MULTILINE)
 
 
+def remove(folder):
+    """With all that is in it, but not what somebody may have mounted there."""
+    subprocess.run(["rm", "--recursive", "--force", "--one-file-system", folder], check=True)
+
+
 class Place:
     """A fresh clone in a fresh system, at the path where the work tree is outside."""
 
     def __init__(self, folder, packages=()):
         self._folder = folder
-        shutil.rmtree(folder, ignore_errors=True)
+        remove(folder)
         folder.mkdir(parents=True)
         self.system = FreshSystem(folder / "system", packages)
         self.clone = folder / "clone"
@@ -43,7 +47,7 @@ class Place:
         return self
 
     def __exit__(self, *reason):
-        shutil.rmtree(self._folder)
+        remove(self._folder)
 
     def bind_compiler_cache(self):
         cache = subprocess.run(

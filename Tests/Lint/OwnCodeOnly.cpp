@@ -1,5 +1,5 @@
-// Loaded into clang-tidy, has it look at what is declared in the project's own files and in nothing of
-// the libraries' headers, where it reports nothing anyway and would spend most of its time.
+// Loaded into clang-tidy, has it look at what is declared in the project's own files and in nothing
+// of the libraries' headers, where it reports nothing anyway and would spend most of its time.
 
 #include <clang/AST/ASTConsumer.h>
 #include <clang/AST/ASTContext.h>
