@@ -46,7 +46,10 @@ def make(folder, packages=(), options=()):
     """Makes one in the folder, with these packages beside the essential ones. The options are
     mmdebstrap's."""
     with tempfile.NamedTemporaryFile("w", suffix=".list") as sources:
-        sources.write(_package_sources())
+        sites = _package_sources()
+        if "https:" in sites:
+            packages = [*packages, "ca-certificates"]
+        sources.write(sites)
         sources.flush()
         subprocess.run(
             [
@@ -86,7 +89,7 @@ class FreshSystem:
 
     def add_user(self, name):
         """A user who may use sudo without being asked, if sudo is there."""
-        self.run(f"useradd --create-home --shell /bin/bash {name}")
+        assert self.run(f"useradd --create-home --shell /bin/bash {name}") == 0
         rules = self.root / "etc/sudoers.d"
         rules.mkdir(exist_ok=True)
         (rules / name).write_text(f"{name} ALL=(ALL) NOPASSWD: ALL\n")
@@ -96,8 +99,10 @@ class FreshSystem:
         inner = [HERE / "enter_system", self.root, folder, user, command]
         for source, where in self._folders:
             inner += [source, where]
+        # With this process all of it ends.
+        end = ("setpriv", "--pdeathsig", "KILL")
         unshare = ("unshare", "--mount", "--pid", "--ipc", "--uts", "--fork", "--kill-child")
-        return subprocess.run([*unshare, *inner], env=ENVIRONMENT, check=False).returncode
+        return subprocess.run([*end, *unshare, *inner], env=ENVIRONMENT, check=False).returncode
 
     def run_in_container(self, command, folder="/"):
         """Runs a shell's line as root in what container engines make; the exit status. Nothing there

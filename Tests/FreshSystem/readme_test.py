@@ -1,5 +1,5 @@
 #!/usr/bin/python3 -B
-"""Runs README's commands as they stand, in a fresh clone, where nothing is installed but what they install.
+"""Runs README's scripts as they stand there, in a fresh clone, where nothing is installed but what they install.
 
     readme_test.py FOLDER [root|container|user]...
 
@@ -10,6 +10,7 @@ cache alone is this machine's, so that building is quick.
 
 import pathlib
 import re
+import signal
 import subprocess
 import sys
 import time
@@ -32,22 +33,32 @@ def remove(folder):
 
 
 class Place:
-    """A fresh clone in a fresh system, at the path where the work tree is outside."""
+    """A fresh clone in a fresh system, at the path where the work tree is outside or at another."""
 
-    def __init__(self, folder, packages=()):
+    def __init__(self, folder, path=SOURCE, packages=()):
         self._folder = folder
-        remove(folder)
-        folder.mkdir(parents=True)
-        self.system = FreshSystem(folder / "system", packages)
-        self.clone = folder / "clone"
-        subprocess.run(["git", "clone", "--quiet", SOURCE, self.clone], check=True)
-        self.system.bind(self.clone, SOURCE)
+        self._packages = packages
+        self.path = path
 
     def __enter__(self):
+        remove(self._folder)
+        try:
+            self._make()
+        except BaseException:
+            remove(self._folder)
+            raise
         return self
 
     def __exit__(self, *reason):
         remove(self._folder)
+
+    def _make(self):
+        self._folder.mkdir(parents=True)
+        clone = self._folder / "clone"
+        # With files of its own: they may be given to another user.
+        subprocess.run(["git", "clone", "--quiet", "--no-hardlinks", SOURCE, clone], check=True)
+        self.system = FreshSystem(self._folder / "system", self._packages)
+        self.system.bind(clone, self.path)
 
     def bind_compiler_cache(self):
         cache = subprocess.run(
@@ -61,22 +72,24 @@ def as_root(folder):
     with Place(folder) as place:
         place.bind_compiler_cache()
         for command in commands("Try it") + commands("Install it")[:1]:
-            yield command, lambda: place.system.run(command, SOURCE)
+            yield command, lambda: place.system.run(command, place.path)
 
 
 def in_container(folder):
     with Place(folder) as place:
         place.bind_compiler_cache()
         for command in commands("Try it"):
-            yield command, lambda: place.system.run_in_container(command, SOURCE)
+            yield command, lambda: place.system.run_in_container(command, place.path)
 
 
 def as_user(folder):
-    with Place(folder, ["sudo"]) as place:
+    """Who has another compiler's cache than root, which is empty."""
+    path = pathlib.Path("/home") / USER / SOURCE.name
+    with Place(folder, path, ["sudo"]) as place:
         place.system.add_user(USER)
-        place.system.run(f"chown --recursive {USER}: {SOURCE}")
+        assert place.system.run(f"chown --recursive {USER}: /home/{USER}") == 0
         for command in commands("Try it"):
-            yield command, lambda: place.system.run(command, SOURCE, USER)
+            yield command, lambda: place.system.run(command, path, USER)
 
 
 WAYS = {
@@ -88,6 +101,10 @@ WAYS = {
 
 def main():
     folder, *names = sys.argv[1:]
+    if unknown := set(names) - set(WAYS):
+        sys.exit(f"fresh: there is no {', '.join(sorted(unknown))}: {', '.join(WAYS)}")
+    for number in (signal.SIGHUP, signal.SIGTERM):
+        signal.signal(number, lambda number, frame: sys.exit(128 + number))
     results = []
     for name in names or WAYS:
         title, way = WAYS[name]

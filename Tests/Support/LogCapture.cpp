@@ -6,7 +6,6 @@
 #include <sys/un.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdlib>
@@ -47,7 +46,9 @@ std::vector<std::string> LogCapture::linesOf(const std::string& standardError) {
     std::vector<std::string> lines;
     std::istringstream text(standardError);
     for (std::string line; std::getline(text, line);) {
-        if (!saysWhatTheKernelCannotDo(line.substr(std::min(line.find(": ") + 2, line.size()))))
+        const std::size_t separator = line.find(": ");
+        if (separator == std::string::npos ||
+            !saysWhatTheKernelCannotDo(line.substr(separator + 2)))
             lines.push_back(line);
     }
     return lines;
