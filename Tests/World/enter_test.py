@@ -26,10 +26,10 @@ class OrdinaryUser(unittest.TestCase):
         self.folder.chmod(0o755)
         shutil.copytree(HERE, self.folder / "Tests/World")
 
-    def enter(self, *command):
+    def assert_succeeds(self, *command):
         """With a PATH that has no administrator's programs."""
         user = {"user": NOBODY, "group": NOBODY, "extra_groups": []} if os.geteuid() == 0 else {}
-        return subprocess.run(
+        result = subprocess.run(
             [self.folder / "Tests/World/enter", "-", *command],
             cwd=self.folder,
             env={"PATH": "/usr/bin:/bin"},
@@ -38,9 +38,6 @@ class OrdinaryUser(unittest.TestCase):
             check=False,
             **user,
         )
-
-    def assert_succeeds(self, *command):
-        result = self.enter(*command)
         self.assertEqual(result.returncode, 0, result.stdout + result.stderr)
 
     def test_serves_at_the_port_of_https(self):
